@@ -1,0 +1,12 @@
+#pragma once
+
+/// @file
+/// All of vesk in one include.
+
+#include "vesk/chunk_stream.h"
+#include "vesk/list.h"
+#include "vesk/mesh.h"
+#include "vesk/octree.h"
+#include "vesk/uv_lookup.h"
+#include "vesk/vector.h"
+#include "vesk/version.h"

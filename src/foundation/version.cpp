@@ -1,0 +1,6 @@
+#include "vesk/version.h"
+
+unsigned int vesk_version()
+{
+    return VESK_VERSION;
+}

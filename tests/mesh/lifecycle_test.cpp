@@ -1,0 +1,70 @@
+#include "support/bits.h"
+#include "vesk/mesh.h"
+
+#include <limits>
+
+namespace
+{
+void expect_empty(const vesk_mesh &mesh)
+{
+    EXPECT_EQ(mesh.is_valid(), 0);
+    EXPECT_EQ(mesh.vertex_array, nullptr);
+    EXPECT_EQ(mesh.uv_array, nullptr);
+    EXPECT_EQ(mesh.index_array, nullptr);
+    EXPECT_EQ(mesh.tangent_array, nullptr);
+    EXPECT_EQ(mesh.render_index_array, nullptr);
+    EXPECT_EQ(mesh.octree, nullptr);
+    EXPECT_EQ(mesh.uv_lookup_root, nullptr);
+    EXPECT_EQ(mesh.get_uv_channel_count(), 0u);
+    EXPECT_EQ(mesh.get_subset_count(), 0u);
+    EXPECT_EQ(mesh.vertex_count + mesh.uv_count + mesh.index_count + mesh.tangent_count, 0u);
+    EXPECT_TRUE(mesh.bounding_box_min.is_zero() && mesh.bounding_box_max.is_zero());
+}
+} // namespace
+
+TEST(MeshLifecycle, ANewMeshIsEmptyAndFreeCanBeRepeated)
+{
+    vesk_mesh mesh;
+    expect_empty(mesh);
+    EXPECT_EQ(mesh.get_error_stack()->count, 0u);
+    mesh.free();
+    mesh.free();
+    expect_empty(mesh);
+}
+
+TEST(MeshLifecycle, SubsetsArePairs)
+{
+    vesk_mesh mesh;
+    mesh.add_subset_lookup_table_entry(0, 2);
+    EXPECT_EQ(mesh.get_subset_count(), 1u);
+    EXPECT_EQ((*mesh.get_subset_lookup_table())[1], 2u);
+    mesh.subset_lookup_table.push_back(14);
+    EXPECT_EQ(mesh.get_subset_count(), 1u);
+    mesh.clear_subset_lookup_table();
+    EXPECT_EQ(mesh.get_subset_count(), 0u);
+}
+
+TEST(MeshBoundingBox, IgnoresNanAndHoldsNoPointWithoutVertices)
+{
+    vesk_mesh mesh;
+    vesk_vector3 low, high;
+    mesh.calculate_bounding_box();
+    mesh.get_bounding_box(low, high);
+    for (unsigned int axis = 0; axis < 3; ++axis)
+    {
+        EXPECT_BITS(low[axis], 0x7F7FFFFFu);
+        EXPECT_LT(high[axis], low[axis]);
+    }
+
+    vesk_3d_vertex_s vertices[3];
+    vertices[0].position = vesk_vector3(-3.0f, std::numeric_limits<float>::quiet_NaN(), -0.0f);
+    vertices[1].position = vesk_vector3(-5.0f, 2.0f, 0.0f);
+    vertices[2].position = vesk_vector3(-4.0f, 1.0f, -0.0f);
+    mesh.vertex_array = vertices;
+    mesh.vertex_count = 3;
+    mesh.calculate_bounding_box();
+    EXPECT_TRUE(same_bits(mesh.bounding_box_min, vesk_vector3(-5.0f, 1.0f, -0.0f)));
+    EXPECT_TRUE(same_bits(mesh.bounding_box_max, vesk_vector3(-3.0f, 2.0f, -0.0f)));
+    mesh.reset();
+    expect_empty(mesh);
+}

@@ -1,0 +1,143 @@
+#include "support/failing_new.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+// Other threads of a test allocate as well, so the counters are atomic.
+std::atomic<long long> failing_index{-1};
+std::atomic<long long> seen{0};
+std::atomic<bool> failed{false};
+std::atomic<long long> bytes_alive{0};
+std::atomic<long long> blocks_alive{0};
+std::atomic<unsigned long long> largest{0};
+
+// The size stands in front of each block; 16 bytes keep the alignment.
+constexpr std::size_t head_bytes = 16;
+
+void *allocate(std::size_t size) noexcept
+{
+    if (seen.fetch_add(1) == failing_index.load())
+    {
+        failed = true;
+        return nullptr;
+    }
+    if (size > largest.load())
+        largest = size;
+    if (size > PTRDIFF_MAX - head_bytes)
+        return nullptr;
+    void *block = std::malloc(size + head_bytes);
+    if (!block)
+        return nullptr;
+    *static_cast<std::size_t *>(block) = size;
+    bytes_alive += static_cast<long long>(size);
+    ++blocks_alive;
+    return static_cast<unsigned char *>(block) + head_bytes;
+}
+
+void *allocate_or_throw(std::size_t size)
+{
+    void *data = allocate(size);
+    if (!data)
+        throw std::bad_alloc();
+    return data;
+}
+
+void release(void *data) noexcept
+{
+    if (!data)
+        return;
+    void *block = static_cast<unsigned char *>(data) - head_bytes;
+    bytes_alive -= static_cast<long long>(*static_cast<std::size_t *>(block));
+    --blocks_alive;
+    std::free(block);
+}
+} // namespace
+
+void fail_allocation(int nth)
+{
+    seen = 0;
+    failed = false;
+    largest = 0;
+    failing_index = nth;
+}
+
+bool allocation_failed()
+{
+    failing_index = -1;
+    return failed;
+}
+
+int allocations_seen()
+{
+    return static_cast<int>(seen.load());
+}
+
+long long live_bytes()
+{
+    return bytes_alive;
+}
+
+long long live_allocations()
+{
+    return blocks_alive;
+}
+
+unsigned long long largest_request()
+{
+    return largest;
+}
+
+void *operator new(std::size_t size)
+{
+    return allocate_or_throw(size);
+}
+
+void *operator new[](std::size_t size)
+{
+    return allocate_or_throw(size);
+}
+
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return allocate(size);
+}
+
+void *operator new[](std::size_t size, const std::nothrow_t &) noexcept
+{
+    return allocate(size);
+}
+
+void operator delete(void *data) noexcept
+{
+    release(data);
+}
+
+void operator delete[](void *data) noexcept
+{
+    release(data);
+}
+
+void operator delete(void *data, std::size_t) noexcept
+{
+    release(data);
+}
+
+void operator delete[](void *data, std::size_t) noexcept
+{
+    release(data);
+}
+
+void operator delete(void *data, const std::nothrow_t &) noexcept
+{
+    release(data);
+}
+
+void operator delete[](void *data, const std::nothrow_t &) noexcept
+{
+    release(data);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+/// The test program replaces operator new[] and operator new, which the library then uses too:
+/// an allocation inside a guarded stretch can be made to fail.
+
+/// From here on allocation number `nth` (from 0) fails, once; -1 for none. Starts the count anew.
+void fail_allocation(int nth);
+
+/// Ends the guarded stretch. 1 when the failing allocation was reached.
+bool allocation_failed();
+
+/// Allocations since `fail_allocation`.
+int allocations_seen();
+
+/// Bytes in live allocations that went through the replaced operators.
+long long live_bytes();
+/// Live allocations.
+long long live_allocations();
+/// The largest single request since `fail_allocation`.
+unsigned long long largest_request();
