@@ -14,10 +14,10 @@ namespace vesk_fbx
 struct record
 {
     std::string_view name;
-    std::string_view values;          ///< encoded values, as they stand in the file
-    std::uint32_t value_count = 0;    ///< scalar values; an array counts as one value
+    std::string_view values;       ///< encoded values, as they stand in the file
+    std::uint32_t value_count = 0; ///< scalar values; an array counts as one value
     const record *first_child = nullptr;
-    const record *next = nullptr;     ///< next record of the same parent
+    const record *next = nullptr; ///< next record of the same parent
 };
 
 /// An array without the zeroing pass of std::vector. Throws std::bad_alloc from `allocate`.
@@ -51,7 +51,7 @@ enum class load_result
 
 class document
 {
-  public:
+public:
     document();
     ~document();
     document(const document &) = delete;
@@ -59,13 +59,18 @@ class document
 
     /// Reads the head of the file and says what it is: `ok` stands for "is FBX" here.
     load_result open(const char *utf8_path);
+    /// The same for the bytes of a file in memory, which are copied.
+    load_result open_bytes(std::string_view bytes);
 
-    /// Reads the whole file into the tree. Only after `open` gave `ok`. Never recurses on depth
-    /// that the file controls. May throw std::bad_alloc.
+    /// Reads the whole file into the tree. Only after `open` gave `ok`, and once. Never recurses on
+    /// depth that the file controls. May throw std::bad_alloc.
+    ///
+    /// The tree holds what a scene of meshes needs: top-level records and objects of other kinds
+    /// are there, but without children (see record_arena.h).
     load_result parse();
 
     bool is_text() const;
-    unsigned int version() const;     ///< 7400 for 7.4; 0 when the file does not say
+    unsigned int version() const;       ///< 7400 for 7.4; 0 when the file does not say
     const record *first_record() const; ///< of the top level
 
     /// Children by name; null when there is none.
@@ -90,7 +95,7 @@ class document
     bool read_numbers(const record &r, number_array<double> &out) const;
     bool read_numbers(const record &r, number_array<int> &out) const;
 
-  private:
+private:
     struct state;
     std::unique_ptr<state> m_state;
 };

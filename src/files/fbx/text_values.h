@@ -1,0 +1,22 @@
+#pragma once
+
+#include "files/fbx/document.h"
+
+#include <cstdint>
+#include <string_view>
+
+// The values of text records: strings, numbers and bare words, with commas between them.
+
+namespace vesk_fbx
+{
+/// Value number `i` of a record: a string without its quotation marks, or the bytes of a number or
+/// bare word. False when the record has fewer.
+bool find_text_value(const record &r, std::uint32_t i, std::string_view &out, bool &is_string);
+
+bool text_integer(const record &r, std::uint32_t i, std::int64_t &out);
+bool text_real(const record &r, std::uint32_t i, double &out);
+bool text_text(const record &r, std::uint32_t i, std::string_view &out);
+
+/// All numbers of a record; see document::read_numbers.
+template <typename T> bool read_text_numbers(const record &r, number_array<T> &out);
+} // namespace vesk_fbx
