@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace vesk_fbx
@@ -42,8 +43,9 @@ private:
         const std::size_t count = std::min(m_limit - m_count, std::max(m_count, first_block));
         if (count == 0)
             return false;
-        m_blocks.emplace_back(new record[count]);
-        m_next = m_blocks.back().get();
+        std::unique_ptr<record[]> block(new record[count]);
+        m_next = block.get();
+        m_blocks.push_back(std::move(block));
         m_free = count;
         m_count += count;
         return true;
