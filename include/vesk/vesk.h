@@ -5,6 +5,7 @@
 
 #include "vesk/chunk_stream.h"
 #include "vesk/list.h"
+#include "vesk/matrix.h"
 #include "vesk/mesh.h"
 #include "vesk/octree.h"
 #include "vesk/uv_lookup.h"

@@ -1,20 +1,12 @@
 #define VESK_EMIT_KIT
 #include "vesk/vector.h"
 
+#include "math/trigonometry.h"
+
 namespace
 {
 // The float nearest to 2 pi, bits 0x40C90FDB.
 constexpr float two_pi = 6.2831855f;
-
-float sine(float radians)
-{
-    return static_cast<float>(std::sin(static_cast<double>(radians)));
-}
-
-float cosine(float radians)
-{
-    return static_cast<float>(std::cos(static_cast<double>(radians)));
-}
 } // namespace
 
 float vesk_vector2::get_angle() const
@@ -31,14 +23,14 @@ void vesk_vector2::set_angle(float radians)
             std::fmod(static_cast<double>(radians), static_cast<double>(two_pi)));
     if (radians == two_pi)
         return;
-    x = cosine(radians);
-    y = sine(radians);
+    x = vesk_cosine(radians);
+    y = vesk_sine(radians);
 }
 
 void vesk_vector2::rotate_angle(float radians)
 {
-    const float c = cosine(radians);
-    const float s = sine(radians);
+    const float c = vesk_cosine(radians);
+    const float s = vesk_sine(radians);
     *this = vesk_vector2(x * c - y * s, x * s + y * c);
 }
 
@@ -51,19 +43,19 @@ vesk_vector3 vesk_vec_slerp(const vesk_vector3 &a, const vesk_vector3 &b, float 
         d = 1.0f;
 
     const float theta = static_cast<float>(std::acos(static_cast<double>(d)));
-    const float s = sine(theta);
+    const float s = vesk_sine(theta);
     // The sine can be slightly negative, when theta rounds above pi.
     if (1e-06 > static_cast<double>(s))
         return vesk_vec_normalize((1.0f - t) * a + t * b);
-    return (sine((1.0f - t) * theta) * a + sine(t * theta) * b) / s;
+    return (vesk_sine((1.0f - t) * theta) * a + vesk_sine(t * theta) * b) / s;
 }
 
 void vesk_rotate_point_around_axis(const vesk_vector3 &point, const vesk_vector3 &axis, float angle,
                                    vesk_vector3 &out)
 {
     const vesk_vector3 n = vesk_vec_normalize(axis);
-    const float c = cosine(angle);
-    const float s = sine(angle);
+    const float c = vesk_cosine(angle);
+    const float s = vesk_sine(angle);
     const float u = 1.0f - c;
     const vesk_vector3 p = point; // `out` may be the point itself
 
