@@ -143,14 +143,16 @@ public:
     /// @param new_index_count words
     /// @param uv_data channels
     /// @param subsets pairs in the form of `subset_lookup_table`
-    /// @return 1, or 0 with an empty mesh and one of the messages of the other form
+    /// @return 1, or 0 with an empty mesh and one of the messages of the other form, or
+    ///   - "Memory Allocation Error: Failed to allocate mesh subset lookup table."
     int create(const vesk_3d_vertex_s *vertices, const unsigned int *indices,
                unsigned int new_vertex_count, unsigned int new_index_count,
                const vesk_mesh_uv_data_s &uv_data, const vesk_list<unsigned int> &subsets);
 
     /// A deep copy of geometry, channels, current channel, subsets, tangents and box, owned
-    /// whatever `other` borrowed. Render index, trees and messages are not copied. A mesh that
-    /// is copied to itself becomes empty, with a result of 1.
+    /// whatever `other` borrowed: an instance gives a mesh without channels. Render index, trees
+    /// and messages are not copied. A mesh that is copied to itself loses everything, with a
+    /// result of 1.
     ///
     /// @return 1, or 0 with an empty mesh and one of the messages of the other forms, or
     ///   - "Memory Allocation Error: Failed to allocate mesh tangent array."

@@ -1,0 +1,288 @@
+#include "support/failing_new.h"
+#include "support/mesh_builder.h"
+#include "support/mesh_compare.h"
+
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+#include <tuple>
+
+namespace
+{
+constexpr const wchar_t *vertex_error =
+    L"Memory Allocation Error: Failed to allocate mesh vertex array.";
+constexpr const wchar_t *index_error =
+    L"Memory Allocation Error: Failed to allocate mesh index array.";
+constexpr const wchar_t *subset_error =
+    L"Memory Allocation Error: Failed to allocate mesh subset lookup table.";
+constexpr const wchar_t *uv_error = L"Memory Allocation Error: Failed to allocate uv array.";
+constexpr const wchar_t *uv_index_error =
+    L"Memory Allocation Error: Failed to allocate  uv index array.";
+constexpr const wchar_t *tangent_error =
+    L"Memory Allocation Error: Failed to allocate mesh tangent array.";
+
+/// Tangents of recognisable values; `free` releases them.
+void add_tangents(vesk_mesh &mesh)
+{
+    vesk_mesh lender;
+    lender.tangent_count = mesh.index_count / 7 * 3;
+    lender.tangent_array = static_cast<vesk_mesh_tangent_s *>(
+        ::operator new[](lender.tangent_count * sizeof(vesk_mesh_tangent_s)));
+    for (unsigned int i = 0; i < lender.tangent_count; ++i)
+    {
+        lender.tangent_array[i].tangent = vesk_vector3(float(i), -1.0f, 0.5f);
+        lender.tangent_array[i].handedness = i % 2 ? 1.0f : -1.0f;
+    }
+    mesh.tangent_array = lender.tangent_array;
+    mesh.tangent_count = lender.tangent_count;
+}
+
+/// Makes every allocation of `fill` on a filled mesh fail once and checks the wreck.
+void fail_each_allocation(const std::function<int(vesk_mesh &)> &fill,
+                          const std::vector<const wchar_t *> &messages)
+{
+    mesh_source former = grid(3, 2);
+    former.uv_data();
+    const long long before = live_allocations();
+    int nth = 0;
+    for (;; ++nth)
+    {
+        SCOPED_TRACE(nth);
+        vesk_mesh mesh;
+        ASSERT_EQ(former.fill(mesh), 1);
+        fail_allocation(nth);
+        const int result = fill(mesh);
+        const bool failed = allocation_failed();
+        EXPECT_EQ(result, failed ? 0 : 1);
+        if (failed)
+        {
+            ASSERT_LT(std::size_t(nth), messages.size());
+            EXPECT_TRUE(is_empty_mesh(mesh));
+            EXPECT_TRUE(has_message(mesh, messages[std::size_t(nth)]));
+        }
+        mesh.free();
+        if (!failed)
+            break;
+    }
+    EXPECT_EQ(std::size_t(nth), messages.size());
+    EXPECT_EQ(live_allocations(), before);
+}
+} // namespace
+
+TEST(MeshCreate, CopiesArraysAndTakesUvWordsFromTheFirstChannel)
+{
+    mesh_source source = displaced_sphere(300, 3);
+    split_subsets(source, 4);
+    owned_mesh mesh(source);
+
+    ASSERT_EQ(mesh.is_valid(), 1);
+    EXPECT_EQ(std::memcmp(static_cast<void *>(mesh.vertex_array), source.vertices.data(),
+                          source.vertices.size() * sizeof(vesk_3d_vertex_s)),
+              0);
+    const std::vector<unsigned int> &uv_indices = source.channels[0].indices;
+    for (unsigned int t = 0; t < source.triangle_count(); ++t)
+    {
+        const unsigned int *record = mesh.index_array + t * 7;
+        const unsigned int *from = source.indices.data() + t * 7;
+        const unsigned int expected[7] = {from[0],
+                                          from[1],
+                                          from[2],
+                                          uv_indices[t * 3],
+                                          uv_indices[t * 3 + 1],
+                                          uv_indices[t * 3 + 2],
+                                          t * 7};
+        ASSERT_EQ(std::memcmp(record, expected, sizeof(expected)), 0) << "record " << t;
+    }
+    ASSERT_EQ(mesh.get_uv_channel_count(), 3u);
+    for (unsigned int channel = 0; channel < 3; ++channel)
+    {
+        const channel_source &expected = source.channels[channel];
+        EXPECT_EQ(mesh.uv_channel_counts[channel], expected.uvs.size());
+        EXPECT_EQ(std::memcmp(static_cast<void *>(mesh.uv_channel_arrays[channel]),
+                              expected.uvs.data(), expected.uvs.size() * sizeof(vesk_vector2)),
+                  0);
+        EXPECT_EQ(std::memcmp(mesh.uv_index_arrays[channel], expected.indices.data(),
+                              expected.indices.size() * sizeof(unsigned int)),
+                  0);
+    }
+    EXPECT_EQ(mesh.uv_array, mesh.uv_channel_arrays[0]);
+    EXPECT_EQ(mesh.uv_count, source.channels[0].uvs.size());
+    EXPECT_EQ(mesh.get_subset_count(), 4u);
+
+    const vesk_vector3 low = mesh.bounding_box_min, high = mesh.bounding_box_max;
+    mesh.calculate_bounding_box();
+    EXPECT_TRUE(low == mesh.bounding_box_min && high == mesh.bounding_box_max);
+    EXPECT_LT(low.x, high.x);
+}
+
+TEST(MeshCreate, RoomForTheHostIsZeroedAndHasNoSubsets)
+{
+    mesh_source source = grid(4, 3, 2);
+    owned_mesh mesh;
+    ASSERT_EQ(mesh.create(source.vertex_count(), source.index_count(), source.uv_data()), 1);
+    for (unsigned int v = 0; v < mesh.vertex_count; ++v)
+    {
+        EXPECT_TRUE(mesh.vertex_array[v].position.is_zero());
+        EXPECT_TRUE(mesh.vertex_array[v].normal.is_zero());
+    }
+    for (unsigned int t = 0; t < source.triangle_count(); ++t)
+        for (unsigned int c = 0; c < 3; ++c)
+            EXPECT_EQ(mesh.index_array[t * 7 + 3 + c], source.channels[0].indices[t * 3 + c]);
+    EXPECT_EQ(mesh.get_subset_count(), 0u);
+    EXPECT_TRUE(mesh.bounding_box_min.is_zero() && mesh.bounding_box_max.is_zero());
+}
+
+TEST(MeshCreate, MeshesWithoutSomethingSucceedAndAreNotValid)
+{
+    const vesk_mesh_uv_data_s no_channels;
+    const vesk_list<unsigned int> no_subsets;
+    owned_mesh mesh;
+
+    mesh_source bare = grid(2, 2, 0);
+    ASSERT_EQ(bare.fill(mesh), 1);
+    EXPECT_EQ(mesh.get_uv_channel_count() + mesh.get_uv_count() + mesh.get_cur_uv_channel(), 0u);
+    ASSERT_NE(mesh.uv_array, nullptr);
+    EXPECT_TRUE(mesh.uv_array->is_zero());
+    for (unsigned int t = 0; t < bare.triangle_count(); ++t)
+        EXPECT_EQ(mesh.index_array[t * 7 + 3] | mesh.index_array[t * 7 + 4] |
+                      mesh.index_array[t * 7 + 5],
+                  0u);
+    EXPECT_EQ(mesh.is_valid(), 0);
+
+    ASSERT_EQ(mesh.create(nullptr, nullptr, 0, 0, no_channels, no_subsets), 1);
+    EXPECT_NE(mesh.vertex_array, nullptr);
+    EXPECT_NE(mesh.index_array, nullptr);
+    EXPECT_GT(mesh.bounding_box_min.x, mesh.bounding_box_max.x);
+    EXPECT_EQ(mesh.is_valid(), 0);
+    ASSERT_EQ(mesh.create(0, 0, no_channels), 1);
+    EXPECT_TRUE(mesh.bounding_box_min.is_zero() && mesh.bounding_box_max.is_zero());
+
+    mesh_source loose = grid(2, 2);
+    loose.subsets.clear();
+    ASSERT_EQ(loose.fill(mesh), 1);
+    EXPECT_EQ(mesh.get_subset_count(), 0u);
+    EXPECT_EQ(mesh.is_valid(), 0);
+}
+
+TEST(MeshCreate, EveryAllocationMayFail)
+{
+    mesh_source source = displaced_sphere(50, 2);
+    const vesk_mesh_uv_data_s uv_data = source.uv_data();
+    vesk_list<unsigned int> subsets;
+    assign_list(subsets, source.subsets);
+
+    // Three channel lists count as UV arrays.
+    const std::vector<const wchar_t *> channels = {
+        uv_error, uv_error, uv_error, uv_error, uv_index_error, uv_error, uv_index_error};
+    std::vector<const wchar_t *> messages = {vertex_error, index_error};
+    messages.insert(messages.end(), channels.begin(), channels.end());
+    {
+        SCOPED_TRACE("sizes");
+        fail_each_allocation(
+            [&](vesk_mesh &mesh)
+            { return mesh.create(source.vertex_count(), source.index_count(), uv_data); },
+            messages);
+    }
+    {
+        SCOPED_TRACE("arrays");
+        messages.insert(messages.begin() + 2, subset_error);
+        fail_each_allocation(
+            [&](vesk_mesh &mesh)
+            {
+                return mesh.create(source.vertices.data(), source.indices.data(),
+                                   source.vertex_count(), source.index_count(), uv_data, subsets);
+            },
+            messages);
+    }
+    {
+        SCOPED_TRACE("mesh");
+        owned_mesh other(source);
+        add_tangents(other);
+        messages.insert(messages.begin() + 3, tangent_error);
+        fail_each_allocation([&](vesk_mesh &mesh) { return mesh.create(other); }, messages);
+    }
+}
+
+TEST(MeshDeepCopy, EqualsItsSourceAndSharesNothing)
+{
+    mesh_source source = random_web(11, 200, 40);
+    source.channels.push_back(source.channels[0]);
+    source.channels[1].uvs[3] = vesk_vector2(7.0f, 8.0f);
+    scatter_subsets(source, 12);
+    for (const unsigned int channel : {0u, 1u, 5u})
+    {
+        SCOPED_TRACE(channel);
+        owned_mesh copy;
+        owned_mesh expected(source);
+        expected.bounding_box_min = vesk_vector3(1.0f, 2.0f, 3.0f); // stored, not computed
+        add_tangents(expected);
+        expected.set_uv_channel(channel);
+        expected.uv_count = channel == 5 ? 0 : expected.uv_count;
+        {
+            owned_mesh original(source);
+            original.bounding_box_min = expected.bounding_box_min;
+            add_tangents(original);
+            original.set_uv_channel(channel);
+            ASSERT_EQ(copy.create(original), 1);
+        }
+        EXPECT_TRUE(same_mesh(copy, expected)); // reads the copy alone: the source is gone
+    }
+}
+
+TEST(MeshDeepCopy, OfItselfIsAnEmptyMesh)
+{
+    owned_mesh mesh(grid(2, 2, 2));
+    EXPECT_EQ(mesh.create(mesh), 1);
+    EXPECT_EQ(mesh.vertex_count + mesh.index_count + mesh.uv_count, 0u);
+    EXPECT_EQ(mesh.get_uv_channel_count(), 0u);
+    EXPECT_EQ(mesh.is_valid(), 0);
+    EXPECT_TRUE(has_message(mesh, nullptr));
+}
+
+TEST(MeshFieldCopy, SharesArraysAndHasListsOfItsOwn)
+{
+    owned_mesh mesh(grid(2, 2, 2));
+    mesh.set_uv_channel(1);
+    const vesk_mesh copy(mesh);
+    vesk_mesh assigned;
+    assigned.add_subset_lookup_table_entry(7, 7);
+    assigned = mesh;
+    for (const vesk_mesh *shallow : {&copy, const_cast<const vesk_mesh *>(&assigned)})
+    {
+        EXPECT_EQ(shallow->vertex_array, mesh.vertex_array);
+        EXPECT_EQ(shallow->index_array, mesh.index_array);
+        EXPECT_EQ(shallow->uv_array, mesh.uv_array);
+        EXPECT_EQ(shallow->uv_index_arrays[1], mesh.uv_index_arrays[1]);
+        EXPECT_NE(shallow->uv_index_arrays.data, mesh.uv_index_arrays.data);
+        EXPECT_NE(shallow->subset_lookup_table.data, mesh.subset_lookup_table.data);
+        EXPECT_TRUE(same_mesh(*shallow, mesh));
+    }
+    vesk_mesh &itself = assigned;
+    assigned = itself;
+    EXPECT_TRUE(same_mesh(assigned, mesh));
+}
+
+TEST(MeshBuilder, SphereIsClosedAndFacesOutwards)
+{
+    mesh_source sphere = displaced_sphere(1000);
+    EXPECT_GE(sphere.triangle_count(), 1000u);
+    using point = std::tuple<float, float, float>; // compares -0.0f equal to 0.0f
+    const auto place = [&](unsigned int word)
+    {
+        const vesk_vector3 &p = sphere.vertices[sphere.indices[word]].position;
+        return point(p.x, p.y, p.z);
+    };
+    std::multiset<std::pair<point, point>> edges;
+    for (unsigned int t = 0; t < sphere.triangle_count(); ++t)
+    {
+        const vesk_vector3 a = sphere.vertices[sphere.indices[t * 7]].position;
+        const vesk_vector3 b = sphere.vertices[sphere.indices[t * 7 + 1]].position;
+        const vesk_vector3 c = sphere.vertices[sphere.indices[t * 7 + 2]].position;
+        EXPECT_GT(vesk_vec_dot_product(vesk_vec_cross_product(b - a, c - a), a), 0.0f) << t;
+        for (unsigned int corner = 0; corner < 3; ++corner)
+            edges.insert({place(t * 7 + corner), place(t * 7 + (corner + 1) % 3)});
+    }
+    for (const std::pair<point, point> &edge : edges)
+        EXPECT_EQ(edges.count({edge.second, edge.first}), edges.count(edge));
+}
