@@ -273,8 +273,6 @@ bool binary_real(const binary_value &value, bool big_endian, double &out)
 template <typename T>
 bool read_binary_numbers(const record &r, bool big_endian, inflater &unpacker, number_array<T> &out)
 {
-    out.data.reset();
-    out.count = 0;
     if (r.value_count == 0)
         return true;
     std::string_view rest = r.values;

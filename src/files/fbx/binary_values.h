@@ -55,6 +55,7 @@ bool binary_integer(const binary_value &value, bool big_endian, std::int64_t &ou
 bool binary_real(const binary_value &value, bool big_endian, double &out);
 
 /// All numbers of a record, out of one array or of many single values; see document::read_numbers.
+/// `out` is empty before, and of no meaning after false.
 template <typename T> bool read_binary_numbers(const record &r, bool big_endian, inflater &unpacker,
                                                number_array<T> &out);
 } // namespace vesk_fbx

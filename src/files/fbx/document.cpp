@@ -199,15 +199,24 @@ bool document::get_text(const record &r, std::uint32_t i, std::string_view &out)
     return true;
 }
 
+template <typename T> bool document::read_all(const record &r, number_array<T> &out) const
+{
+    out.clear();
+    const bool sound =
+        is_text() ? read_text_numbers(r, out)
+                  : read_binary_numbers(r, m_state->layout.big_endian, m_state->unpacker, out);
+    if (!sound)
+        out.clear();
+    return sound;
+}
+
 bool document::read_numbers(const record &r, number_array<double> &out) const
 {
-    return is_text() ? read_text_numbers(r, out)
-                     : read_binary_numbers(r, m_state->layout.big_endian, m_state->unpacker, out);
+    return read_all(r, out);
 }
 
 bool document::read_numbers(const record &r, number_array<int> &out) const
 {
-    return is_text() ? read_text_numbers(r, out)
-                     : read_binary_numbers(r, m_state->layout.big_endian, m_state->unpacker, out);
+    return read_all(r, out);
 }
 } // namespace vesk_fbx

@@ -31,6 +31,11 @@ template <typename T> struct number_array
         data.reset(new T[new_count]);
         count = new_count;
     }
+    void clear()
+    {
+        data.reset();
+        count = 0;
+    }
     const T &operator[](std::size_t i) const
     {
         return data[i];
@@ -89,13 +94,15 @@ public:
     /// All numbers of a record, whatever way it writes them: one array value, many scalar
     /// values (6.1 binary), values in text, or a text array `*N { a: ... }` in a child record.
     /// Reals convert to integers by truncation, out-of-range ones to the nearest limit.
-    /// False when the numbers are damaged; a record without numbers gives count 0 and true.
+    /// False and no numbers when they are damaged; a record without numbers gives count 0 and true.
     /// Memory stays within a small multiple of the bytes that hold the numbers (deflate: at most
     /// about 1032 times). May throw std::bad_alloc.
     bool read_numbers(const record &r, number_array<double> &out) const;
     bool read_numbers(const record &r, number_array<int> &out) const;
 
 private:
+    template <typename T> bool read_all(const record &r, number_array<T> &out) const;
+
     struct state;
     std::unique_ptr<state> m_state;
 };

@@ -313,7 +313,7 @@ const char *read_integer(const char *p, const char *end, std::int64_t &out)
         digits = digits * 10 + static_cast<std::uint64_t>(*behind - '0');
 
     const char next = behind != end ? *behind : '\0';
-    if (behind == p || next == '.' || next == 'e' || next == 'E')
+    if (behind == p || next == '.' || next == 'e' || next == 'E' || next == '#')
     {
         double value;
         behind = read_real(begin, end, value);

@@ -114,8 +114,6 @@ bool text_text(const record &r, std::uint32_t i, std::string_view &out)
 
 template <typename T> bool read_text_numbers(const record &r, number_array<T> &out)
 {
-    out.data.reset();
-    out.count = 0;
     if (!announces_array(r))
         return read_values(r, out);
     const record *const content = document::find_child(r, "a");

@@ -18,5 +18,6 @@ bool text_real(const record &r, std::uint32_t i, double &out);
 bool text_text(const record &r, std::uint32_t i, std::string_view &out);
 
 /// All numbers of a record; see document::read_numbers.
+/// `out` is empty before, and of no meaning after false.
 template <typename T> bool read_text_numbers(const record &r, number_array<T> &out);
 } // namespace vesk_fbx
