@@ -91,6 +91,8 @@ bool binary_reader::read_header(std::size_t limit, record_header &out)
 /// the record's later values cannot be read, the file can.
 bool binary_reader::check_values(const record &r) const
 {
+    if (uniform_number_code(r) != '\0')
+        return true;
     std::string_view rest = r.values;
     binary_value value;
     for (std::uint32_t i = 0; i < r.value_count; ++i)

@@ -140,11 +140,12 @@ template <typename To> bool convert_value(const binary_value &value, bool big_en
                             });
 }
 
+/// `stride` is the distance from one number to the next.
 template <typename From, typename To>
-void convert_array(const char *bytes, bool big_endian, std::size_t count, To *out)
+void convert_numbers(const char *bytes, bool big_endian, std::size_t stride, number_array<To> &out)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        convert(static_cast<widest<From>>(load_number<From>(bytes + i * sizeof(From), big_endian)),
+    for (std::size_t i = 0; i < out.count; ++i)
+        convert(static_cast<widest<From>>(load_number<From>(bytes + i * stride, big_endian)),
                 out[i]);
 }
 
@@ -195,15 +196,27 @@ template <typename T> bool read_array(const binary_value &array, bool big_endian
         bytes = unpacked.get();
     }
     out.allocate(array.count);
-    with_number_type(
-        array.code, [&](auto type)
-        { convert_array<decltype(type)>(bytes, big_endian, array.count, out.data.get()); });
+    with_number_type(array.code,
+                     [&](auto type)
+                     {
+                         using from = decltype(type);
+                         convert_numbers<from>(bytes, big_endian, sizeof(from), out);
+                     });
     return true;
 }
 
 template <typename T> bool read_values(const record &r, bool big_endian, number_array<T> &out)
 {
     out.allocate(r.value_count); // a value takes two bytes at least: this is in bounds
+    const char code = uniform_number_code(r);
+    if (with_number_type(code,
+                         [&](auto type)
+                         {
+                             using from = decltype(type);
+                             convert_numbers<from>(r.values.data() + 1, big_endian,
+                                                   1 + sizeof(from), out);
+                         }))
+        return true;
     std::string_view rest = r.values;
     binary_value value;
     for (std::uint32_t i = 0; i < r.value_count; ++i)
@@ -217,6 +230,19 @@ template <typename T> bool read_values(const record &r, bool big_endian, number_
 bool is_array_code(char code)
 {
     return code >= 'a' && code <= 'z';
+}
+
+char uniform_number_code(const record &r)
+{
+    const char code = r.values.empty() ? '\0' : r.values.front();
+    const std::size_t stride = 1 + number_bytes(code);
+    if (stride == 1 || is_array_code(code) || r.values.size() % stride != 0 ||
+        r.values.size() / stride != r.value_count)
+        return '\0';
+    for (std::size_t at = 0; at < r.values.size(); at += stride)
+        if (r.values[at] != code)
+            return '\0';
+    return code;
 }
 
 value_step next_binary_value(std::string_view &rest, bool big_endian, binary_value &out)

@@ -35,6 +35,10 @@ value_step next_binary_value(std::string_view &rest, bool big_endian, binary_val
 
 bool is_array_code(char code);
 
+/// The code of a record whose values are all single numbers of one kind, or 0. That is how versions
+/// before 7.0 write arrays, with 100 000 values a record, so it is worth a way of its own.
+char uniform_number_code(const record &r);
+
 /// Unpacks zlib streams. One decompressor serves a whole document.
 class inflater
 {

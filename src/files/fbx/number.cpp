@@ -1,5 +1,7 @@
 #include "files/fbx/number.h"
 
+#include "files/fbx/byte_order.h"
+
 #include <charconv>
 #include <cstddef>
 #include <cstring>
@@ -152,11 +154,19 @@ char lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// Eight digits at a time, while there are so many; `digits` wraps when they are too many.
-const char *read_digits(const char *p, const char *end, std::uint64_t &digits)
+/// Reads digits one by one; `digits` wraps when they are too many, as in `read_many_digits`.
+inline const char *read_digits(const char *p, const char *end, std::uint64_t &digits)
 {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    while (end - p >= 8)
+    for (; p != end && is_digit(*p); ++p)
+        digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
+    return p;
+}
+
+/// The same for a fraction, which in most files has fifteen digits or more: eight at a time, while
+/// there are so many.
+inline const char *read_many_digits(const char *p, const char *end, std::uint64_t &digits)
+{
+    while (!host_is_big_endian && end - p >= 8)
     {
         std::uint64_t chunk;
         std::memcpy(&chunk, p, sizeof(chunk));
@@ -171,10 +181,7 @@ const char *read_digits(const char *p, const char *end, std::uint64_t &digits)
         digits = digits * 100000000 + chunk;
         p += 8;
     }
-#endif
-    for (; p != end && is_digit(*p); ++p)
-        digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
-    return p;
+    return read_digits(p, end, digits);
 }
 
 const char *skip_zeros(const char *p, const char *end)
@@ -252,7 +259,7 @@ const char *read_decimal(const char *p, const char *end, decimal &out)
     {
         const char *const fraction = ++p;
         first = out.digit_count == 0 ? skip_zeros(p, end) : p;
-        p = read_digits(first, end, out.digits);
+        p = read_many_digits(first, end, out.digits);
         out.digit_count += p - first;
         out.exponent = fraction - p;
         any = any || p != fraction;
