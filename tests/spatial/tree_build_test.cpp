@@ -13,13 +13,10 @@ struct small_mesh
     {
         const float positions[6][3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0},
                                        {8, 8, 8}, {8, 7, 8}, {7, 8, 8}};
-        mesh.vertex_array = new vesk_3d_vertex_s[6];
-        mesh.vertex_count = 6;
+        mesh.create(6, 28, vesk_mesh_uv_data_s());
         for (unsigned int v = 0; v < 6; ++v)
             mesh.vertex_array[v].position =
                 vesk_vector3(positions[v][0], positions[v][1], positions[v][2]);
-        mesh.index_array = new unsigned int[28]();
-        mesh.index_count = 28;
         for (unsigned int t = 0; t < 4; ++t)
             for (unsigned int c = 0; c < 3; ++c)
                 mesh.index_array[t * 7 + c] = (t < 3 ? 0 : 3) + c;
