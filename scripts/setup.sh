@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and checking vesk needs.
-# Quiet when nothing is missing. Usage: scripts/setup.sh [build|test|check|all]   (default: all)
+# Quiet when nothing is missing. Usage: scripts/setup.sh [build|examples|test|check|all]   (default: all)
 set -euo pipefail
 
 build_packages=(g++ cmake make pkg-config liblz4-dev libdeflate-dev)
+example_packages=(libpng-dev)
 test_packages=(libgtest-dev)
 check_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev libbenchmark-dev)
 
 case "${1:-all}" in
     build) wanted=("${build_packages[@]}") ;;
-    test) wanted=("${build_packages[@]}" "${test_packages[@]}") ;;
-    check | all) wanted=("${build_packages[@]}" "${test_packages[@]}" "${check_packages[@]}") ;;
+    examples) wanted=("${build_packages[@]}" "${example_packages[@]}") ;;
+    test) wanted=("${build_packages[@]}" "${example_packages[@]}" "${test_packages[@]}") ;;
+    check | all)
+        wanted=("${build_packages[@]}" "${example_packages[@]}" "${test_packages[@]}"
+            "${check_packages[@]}")
+        ;;
     *)
-        echo "usage: scripts/setup.sh [build|test|check|all]" >&2
+        echo "usage: scripts/setup.sh [build|examples|test|check|all]" >&2
         exit 2
         ;;
 esac

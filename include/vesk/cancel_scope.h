@@ -13,11 +13,12 @@
 /// false to go on and must not throw. Header only; costs one thread-local read a poll.
 class vesk_cancel_scope
 {
-  public:
+public:
     /// Binds `callable`, which has to outlive the scope.
-    template <typename Callable>
-    explicit vesk_cancel_scope(Callable &callable)
-        : m_callable(&callable), m_call(&call<Callable>), m_outer(current())
+    template <typename Callable> explicit vesk_cancel_scope(Callable &callable)
+        : m_callable(&callable)
+        , m_call(&call<Callable>)
+        , m_outer(current())
     {
         current() = this;
     }
@@ -37,7 +38,7 @@ class vesk_cancel_scope
         return &poll;
     }
 
-  private:
+private:
     template <typename Callable> static int call(void *callable)
     {
         return (*static_cast<Callable *>(callable))() ? 1 : 0;

@@ -16,7 +16,7 @@
 /// @endcode
 class vesk_owned_mesh
 {
-  public:
+public:
     /// Owns an empty mesh.
     vesk_owned_mesh() = default;
 
@@ -113,7 +113,7 @@ class vesk_owned_mesh
         return m_mesh;
     }
 
-  private:
+private:
     template <typename T> static void swap_lists(vesk_list<T> &a, vesk_list<T> &b) noexcept
     {
         std::swap(a.data, b.data);
