@@ -1,7 +1,7 @@
 #define VESK_EMIT_KIT
 #include "vesk/matrix.h"
 
-#include "math/trigonometry.h"
+#include "vesk/scalar.h"
 
 vesk_matrix33 vesk_matrix33_rotate(unsigned int axis, float radians)
 {

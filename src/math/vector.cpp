@@ -1,7 +1,7 @@
 #define VESK_EMIT_KIT
 #include "vesk/vector.h"
 
-#include "math/trigonometry.h"
+#include "vesk/scalar.h"
 
 namespace
 {
