@@ -1,0 +1,545 @@
+#include "files/fbx/triangulate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace vesk_fbx
+{
+namespace
+{
+constexpr int run_length = 16; // corners under one leaf of the tree
+
+// Looks at corners and rectangles that a polygon may cost, for each of its corners. Outlines from
+// real files need some dozens to two hundred.
+constexpr std::int64_t work_per_corner = 1000;
+constexpr std::int64_t most_work = 1000000000;
+
+double finite_or_zero(double value)
+{
+    return std::isfinite(value) ? value : 0.0;
+}
+
+double squared_distance(const vector3 &a, const vector3 &b)
+{
+    const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
+    return x * x + y * y + z * z;
+}
+
+/// The power of two that brings the largest coordinate just below 1, as an exponent: scaling by it
+/// is exact, and products of coordinates then stay in range.
+int scale_exponent(const vector3 *corners, int corner_count)
+{
+    double largest = 0.0;
+    for (int i = 0; i < corner_count; ++i)
+    {
+        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].x)));
+        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].y)));
+        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].z)));
+    }
+    return largest > 0.0 ? -1 - std::ilogb(largest) : 0;
+}
+
+vector3 scaled_corner(const vector3 &corner, int exponent)
+{
+    return {std::scalbn(finite_or_zero(corner.x), exponent),
+            std::scalbn(finite_or_zero(corner.y), exponent),
+            std::scalbn(finite_or_zero(corner.z), exponent)};
+}
+
+/// A number's 16 bits with a gap before each, half of a place on the Z-order curve.
+std::uint64_t spread_bits(double value)
+{
+    std::uint32_t bits = static_cast<std::uint32_t>(value);
+    bits = (bits | bits << 8) & 0x00FF00FFu;
+    bits = (bits | bits << 4) & 0x0F0F0F0Fu;
+    bits = (bits | bits << 2) & 0x33333333u;
+    bits = (bits | bits << 1) & 0x55555555u;
+    return bits;
+}
+
+/// The polygon's area on each of the coordinate planes, twice and signed (Newell).
+vector3 area_vector(const vector3 *corners, int corner_count, int exponent)
+{
+    const vector3 origin = scaled_corner(corners[0], exponent);
+    vector3 sum;
+    vector3 p = scaled_corner(corners[corner_count - 1], exponent);
+    p = {p.x - origin.x, p.y - origin.y, p.z - origin.z};
+    for (int i = 0; i < corner_count; ++i)
+    {
+        vector3 q = scaled_corner(corners[i], exponent);
+        q = {q.x - origin.x, q.y - origin.y, q.z - origin.z};
+        sum.x += p.y * q.z - p.z * q.y;
+        sum.y += p.z * q.x - p.x * q.z;
+        sum.z += p.x * q.y - p.y * q.x;
+        p = q;
+    }
+    return sum;
+}
+
+/// The coordinates seen when looking along the axis of the largest area, mirrored where needed so
+/// that the polygon runs counter-clockwise. Leaving a coordinate out rounds nothing.
+vector2 flattened(const vector3 &p, const vector3 &area)
+{
+    const double x = std::fabs(area.x), y = std::fabs(area.y), z = std::fabs(area.z);
+    vector2 result;
+    double sense = area.z;
+    if (z >= x && z >= y)
+        result = {p.x, p.y};
+    else if (y >= x)
+    {
+        result = {p.z, p.x};
+        sense = area.y;
+    }
+    else
+    {
+        result = {p.y, p.z};
+        sense = area.x;
+    }
+    if (sense < 0.0)
+        std::swap(result.x, result.y);
+    return result;
+}
+} // namespace
+
+void polygon_splitter::split(const vector3 *corners, int corner_count, int *triangles)
+{
+    if (corner_count == 3)
+    {
+        for (int i = 0; i < 3; ++i)
+            triangles[i] = i;
+    }
+    if (corner_count <= 3)
+        return;
+
+    project(corners, corner_count);
+    if (corner_count == 4)
+        split_quadrangle(corners, triangles);
+    else
+        clip_ears(triangles);
+}
+
+void polygon_splitter::project(const vector3 *corners, int corner_count)
+{
+    const int exponent = scale_exponent(corners, corner_count);
+    const vector3 area = area_vector(corners, corner_count, exponent);
+    m_corners.resize(static_cast<std::size_t>(corner_count));
+    for (int i = 0; i < corner_count; ++i)
+        m_corners[i].position = flattened(scaled_corner(corners[i], exponent), area);
+}
+
+int polygon_splitter::side(int a, int b, int c) const
+{
+    return orientation(m_corners[a].position, m_corners[b].position, m_corners[c].position);
+}
+
+void polygon_splitter::split_quadrangle(const vector3 *corners, int *triangles) const
+{
+    const int cut_02 = std::min(side(0, 1, 2), side(0, 2, 3));
+    const int cut_13 = std::min(side(1, 2, 3), side(0, 1, 3));
+    const bool shorter_13 =
+        squared_distance(corners[1], corners[3]) < squared_distance(corners[0], corners[2]);
+    const bool use_13 = cut_13 > cut_02 || (cut_13 == cut_02 && shorter_13);
+
+    static constexpr int along_02[6] = {0, 1, 2, 0, 2, 3};
+    static constexpr int along_13[6] = {0, 1, 3, 1, 2, 3};
+    std::copy_n(use_13 ? along_13 : along_02, 6, triangles);
+}
+
+void polygon_splitter::clip_ears(int *triangles)
+{
+    m_output = triangles;
+    link_corners();
+    order_corners();
+    build_rectangles();
+    m_work_left = std::min(most_work, work_per_corner * m_alive_count);
+
+    for (int i = 0; i < static_cast<int>(m_corners.size()); ++i)
+        if (m_alive_count > 3 && m_corners[i].alive && is_fold(i))
+            cut_off_with_folds(i);
+    for (strictness how : {strictness::no_touching, strictness::no_overlap, strictness::no_area})
+    {
+        queue_all();
+        run_queue(how);
+    }
+    while (m_alive_count > 3)
+    {
+        // Every polygon that does not cross itself has an ear. This one does, or is too much work.
+        cut_off_with_folds(corner_to_force());
+        run_queue(strictness::no_area);
+    }
+
+    const corner &last = m_corners[m_last_changed];
+    *m_output++ = last.previous;
+    *m_output++ = m_last_changed;
+    *m_output++ = last.next;
+}
+
+void polygon_splitter::link_corners()
+{
+    m_alive_count = static_cast<int>(m_corners.size());
+    m_pass = 0;
+    m_last_changed = 0;
+    m_queue.clear();
+    m_next_queue.clear();
+    for (int i = 0; i < m_alive_count; ++i)
+    {
+        corner &k = m_corners[i];
+        k.previous = i > 0 ? i - 1 : m_alive_count - 1;
+        k.next = i + 1 < m_alive_count ? i + 1 : 0;
+        k.waits_at = k.waiting = k.previous_waiting = k.next_waiting = -1;
+        k.changed_in = 0;
+        k.alive = true;
+        k.queued = false;
+    }
+    for (int i = 0; i < m_alive_count; ++i)
+        m_corners[i].blocking = is_blocking(i);
+}
+
+bool polygon_splitter::is_blocking(int i) const
+{
+    // When corners lie in an ear, the one that is farthest from the diagonal is not convex.
+    return side(m_corners[i].previous, i, m_corners[i].next) <= 0;
+}
+
+void polygon_splitter::update_blocking(int i)
+{
+    const bool blocking = m_corners[i].alive && is_blocking(i);
+    if (blocking == m_corners[i].blocking)
+        return;
+    m_corners[i].blocking = blocking;
+    update_rectangles(i);
+}
+
+// The tree of rectangles stands on stretches of a curve through the plane, so that a small ear
+// meets few of them however the outline winds.
+
+void polygon_splitter::order_corners()
+{
+    rectangle all = point_rectangle(0);
+    for (int i = 1; i < m_alive_count; ++i)
+        all = joined(all, point_rectangle(i));
+    const double width = std::max(all.max_x - all.min_x, all.max_y - all.min_y);
+    const double scale = width > 0.0 ? 65535.0 / width : 0.0;
+
+    m_order.resize(m_corners.size());
+    for (int i = 0; i < m_alive_count; ++i)
+    {
+        const vector2 &p = m_corners[i].position;
+        const std::uint64_t code =
+            spread_bits((p.x - all.min_x) * scale) | spread_bits((p.y - all.min_y) * scale) << 1;
+        m_order[i] = code << 32 | static_cast<std::uint32_t>(i);
+    }
+    if (m_alive_count > run_length)
+        std::sort(m_order.begin(), m_order.end());
+    for (int slot = 0; slot < m_alive_count; ++slot)
+        m_corners[corner_at(slot)].slot = slot;
+}
+
+int polygon_splitter::corner_at(int slot) const
+{
+    return static_cast<int>(m_order[slot] & 0xFFFFFFFFu);
+}
+
+polygon_splitter::rectangle polygon_splitter::point_rectangle(int i) const
+{
+    const vector2 &p = m_corners[i].position;
+    return {p.x, p.y, p.x, p.y};
+}
+
+void polygon_splitter::build_rectangles()
+{
+    m_run_count = 1;
+    while (m_run_count * run_length < m_alive_count)
+        m_run_count *= 2;
+    m_rectangles.resize(static_cast<std::size_t>(m_run_count) * 2);
+    for (int run = 0; run < m_run_count; ++run)
+        m_rectangles[m_run_count + run] = run_rectangle(run);
+    for (int node = m_run_count - 1; node > 0; --node)
+        m_rectangles[node] = joined(m_rectangles[2 * node], m_rectangles[2 * node + 1]);
+}
+
+polygon_splitter::rectangle polygon_splitter::joined(const rectangle &a, const rectangle &b)
+{
+    return {std::min(a.min_x, b.min_x), std::min(a.min_y, b.min_y), std::max(a.max_x, b.max_x),
+            std::max(a.max_y, b.max_y)};
+}
+
+polygon_splitter::rectangle polygon_splitter::run_rectangle(int run) const
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    rectangle r = {infinity, infinity, -infinity, -infinity};
+    const int end = std::min((run + 1) * run_length, static_cast<int>(m_corners.size()));
+    for (int slot = run * run_length; slot < end; ++slot)
+    {
+        const int i = corner_at(slot);
+        if (m_corners[i].blocking)
+            r = joined(r, point_rectangle(i));
+    }
+    return r;
+}
+
+void polygon_splitter::update_rectangles(int i)
+{
+    const int run = m_corners[i].slot / run_length;
+    int node = m_run_count + run;
+    rectangle r = run_rectangle(run);
+    while (!same(m_rectangles[node], r))
+    {
+        m_rectangles[node] = r;
+        node /= 2;
+        if (node == 0)
+            break;
+        r = joined(m_rectangles[2 * node], m_rectangles[2 * node + 1]);
+    }
+}
+
+bool polygon_splitter::same(const rectangle &a, const rectangle &b)
+{
+    return a.min_x == b.min_x && a.min_y == b.min_y && a.max_x == b.max_x && a.max_y == b.max_y;
+}
+
+// The queue. Cutting a corner off changes its two neighbours only, so each pass looks at those and
+// at the corners that waited for them. A corner whose neighbour went away in this pass has its turn
+// in the next one, which keeps the triangles from fanning out of one corner.
+
+void polygon_splitter::queue_corner(int i)
+{
+    stop_waiting(i);
+    if (m_corners[i].queued)
+        return;
+    m_corners[i].queued = true;
+    m_next_queue.push_back(i);
+}
+
+void polygon_splitter::queue_all()
+{
+    int i = m_last_changed;
+    for (int left = m_alive_count; left > 0; --left)
+    {
+        queue_corner(i);
+        i = m_corners[i].next;
+    }
+}
+
+void polygon_splitter::run_queue(strictness how)
+{
+    while (!m_next_queue.empty() && m_alive_count > 3 && m_work_left > 0)
+    {
+        m_queue.swap(m_next_queue);
+        m_next_queue.clear();
+        ++m_pass;
+        for (int i : m_queue)
+        {
+            m_corners[i].queued = false;
+            if (!m_corners[i].alive || m_alive_count == 3)
+                continue;
+            if (m_corners[i].changed_in == m_pass)
+                queue_corner(i);
+            else if (is_ear(i, how))
+                cut_off_with_folds(i);
+        }
+    }
+}
+
+void polygon_splitter::wait_at(int i, int blocker)
+{
+    corner &k = m_corners[i];
+    k.waits_at = blocker;
+    k.previous_waiting = -1;
+    k.next_waiting = m_corners[blocker].waiting;
+    if (k.next_waiting >= 0)
+        m_corners[k.next_waiting].previous_waiting = i;
+    m_corners[blocker].waiting = i;
+}
+
+void polygon_splitter::stop_waiting(int i)
+{
+    corner &k = m_corners[i];
+    if (k.waits_at < 0)
+        return;
+    if (k.previous_waiting >= 0)
+        m_corners[k.previous_waiting].next_waiting = k.next_waiting;
+    else
+        m_corners[k.waits_at].waiting = k.next_waiting;
+    if (k.next_waiting >= 0)
+        m_corners[k.next_waiting].previous_waiting = k.previous_waiting;
+    k.waits_at = -1;
+}
+
+void polygon_splitter::release_waiting(int i)
+{
+    while (m_corners[i].waiting >= 0)
+        queue_corner(m_corners[i].waiting);
+}
+
+bool polygon_splitter::is_ear(int b, strictness how)
+{
+    const ear e = {m_corners[b].previous, b, m_corners[b].next};
+    const int convex = side(e.a, e.b, e.c);
+    --m_work_left;
+    if (convex <= 0)
+        return convex == 0 && how == strictness::no_area;
+
+    const int blocker = find_blocker(e, how);
+    if (blocker >= 0)
+        wait_at(b, blocker);
+    return blocker < 0;
+}
+
+void polygon_splitter::cut_off(int b)
+{
+    const int a = m_corners[b].previous;
+    const int c = m_corners[b].next;
+    *m_output++ = a;
+    *m_output++ = b;
+    *m_output++ = c;
+
+    stop_waiting(b);
+    m_corners[b].alive = false;
+    --m_alive_count;
+    m_corners[a].next = c;
+    m_corners[c].previous = a;
+    m_last_changed = c;
+    update_blocking(b);
+    release_waiting(b);
+    for (int i : {a, c})
+    {
+        update_blocking(i);
+        release_waiting(i);
+        m_corners[i].changed_in = m_pass;
+        queue_corner(i);
+    }
+}
+
+/// True for a corner between coinciding points or at the tip of a spike without area.
+bool polygon_splitter::is_fold(int b) const
+{
+    const vector2 &p = m_corners[b].position;
+    const vector2 &a = m_corners[m_corners[b].previous].position;
+    const vector2 &c = m_corners[m_corners[b].next].position;
+    const bool opposite = (a.x < p.x && c.x > p.x) || (a.x > p.x && c.x < p.x) ||
+                          (a.y < p.y && c.y > p.y) || (a.y > p.y && c.y < p.y);
+    return !opposite && orientation(a, p, c) == 0;
+}
+
+/// Where an ear's diagonal runs along another side, the outline is left with stretches that run
+/// back on themselves. They go at once: nothing later can tell their inside from their outside.
+void polygon_splitter::cut_off_with_folds(int b)
+{
+    cut_off(b);
+    while (m_alive_count > 3)
+    {
+        const int c = m_last_changed;
+        const int a = m_corners[c].previous;
+        if (is_fold(c))
+            cut_off(c);
+        else if (is_fold(a))
+            cut_off(a);
+        else
+            break;
+    }
+}
+
+int polygon_splitter::corner_to_force() const
+{
+    int i = m_last_changed;
+    for (int step = 0; step < 16; ++step)
+    {
+        i = m_corners[i].next;
+        if (!m_corners[i].blocking)
+            return i;
+    }
+    return i;
+}
+
+int polygon_splitter::find_blocker(const ear &e, strictness how)
+{
+    int stack[64];
+    int depth = 0;
+    stack[depth++] = 1;
+    while (depth > 0)
+    {
+        const int node = stack[--depth];
+        --m_work_left;
+        if (!may_overlap(e, m_rectangles[node]))
+            continue;
+        if (node < m_run_count)
+        {
+            stack[depth++] = 2 * node + 1;
+            stack[depth++] = 2 * node;
+            continue;
+        }
+        const int blocker = find_blocker_in_run(e, node - m_run_count, how);
+        if (blocker >= 0)
+            return blocker;
+    }
+    return -1;
+}
+
+int polygon_splitter::find_blocker_in_run(const ear &e, int run, strictness how)
+{
+    const int end = std::min((run + 1) * run_length, static_cast<int>(m_corners.size()));
+    m_work_left -= run_length;
+    for (int slot = run * run_length; slot < end; ++slot)
+    {
+        const int i = corner_at(slot);
+        if (m_corners[i].blocking && blocks(i, e, how))
+            return i;
+    }
+    return -1;
+}
+
+/// False when the whole rectangle lies beyond one side of the ear.
+bool polygon_splitter::may_overlap(const ear &e, const rectangle &r) const
+{
+    const vector2 p[3] = {m_corners[e.a].position, m_corners[e.b].position,
+                          m_corners[e.c].position};
+    if (std::max({p[0].x, p[1].x, p[2].x}) < r.min_x ||
+        std::min({p[0].x, p[1].x, p[2].x}) > r.max_x)
+        return false;
+    if (std::max({p[0].y, p[1].y, p[2].y}) < r.min_y ||
+        std::min({p[0].y, p[1].y, p[2].y}) > r.max_y)
+        return false;
+    for (int i = 0; i < 3; ++i)
+    {
+        const vector2 &from = p[i];
+        const vector2 &to = p[(i + 1) % 3];
+        const vector2 innermost = {to.y > from.y ? r.min_x : r.max_x,
+                                   to.x > from.x ? r.max_y : r.min_y};
+        if (certain_orientation(from, to, innermost) < 0)
+            return false;
+    }
+    return true;
+}
+
+/// True when the outline runs through the inside of the ear at corner `v`. A corner on the ear's
+/// rim or on one of its points does no harm as long as none of its sides leads inwards.
+bool polygon_splitter::blocks(int v, const ear &e, strictness how) const
+{
+    if (v == e.a || v == e.b || v == e.c)
+        return false;
+    const int rim[3][2] = {{e.a, e.b}, {e.b, e.c}, {e.c, e.a}};
+    int where[3];
+    for (int i = 0; i < 3; ++i)
+    {
+        where[i] = side(rim[i][0], rim[i][1], v);
+        if (where[i] < 0)
+            return false;
+    }
+    const bool on_outline = where[0] == 0 || where[1] == 0;
+    if (!on_outline && (where[2] > 0 || how == strictness::no_touching))
+        return true;
+
+    for (int neighbour : {m_corners[v].previous, m_corners[v].next})
+    {
+        bool leads_inwards = true;
+        for (int i = 0; i < 3; ++i)
+            if (where[i] == 0 && side(rim[i][0], rim[i][1], neighbour) <= 0)
+                leads_inwards = false;
+        if (leads_inwards)
+            return true;
+    }
+    return false;
+}
+} // namespace vesk_fbx

@@ -1,0 +1,307 @@
+#include "files/fbx/triangulate.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <map>
+#include <random>
+#include <utility>
+#include <vector>
+
+using vesk_fbx::matrix3;
+using vesk_fbx::polygon_splitter;
+using vesk_fbx::vector2;
+using vesk_fbx::vector3;
+
+namespace
+{
+using outline = std::vector<vector2>;
+
+/// Whole numbers up to some thousands stay exact in this plane, which no axis stands upright on.
+std::vector<vector3> in_tilted_plane(const outline &polygon)
+{
+    std::vector<vector3> corners;
+    for (const vector2 &p : polygon)
+        corners.push_back({p.x, p.y, 3.0 * p.x - 2.0 * p.y + 7.0});
+    return corners;
+}
+
+std::vector<int> split(const std::vector<vector3> &corners)
+{
+    const int n = static_cast<int>(corners.size());
+    std::vector<int> triangles(3 * static_cast<std::size_t>(n - 2), -1);
+    polygon_splitter().split(corners.data(), n, triangles.data());
+    return triangles;
+}
+
+/// Each side of the polygon once, each diagonal once in each direction: the triangles then fit
+/// together and their signed areas add up to the polygon's.
+void expect_closed(const std::vector<int> &triangles, int n)
+{
+    std::map<std::pair<int, int>, int> edges;
+    for (std::size_t t = 0; t < triangles.size(); t += 3)
+        for (std::size_t k = 0; k < 3; ++k)
+            ++edges[{triangles[t + k], triangles[t + (k + 1) % 3]}];
+    for (const auto &[edge, count] : edges)
+    {
+        ASSERT_TRUE(edge.first >= 0 && edge.first < n && edge.second >= 0 && edge.second < n);
+        ASSERT_NE(edge.first, edge.second);
+        ASSERT_EQ(count, 1) << edge.first << " " << edge.second;
+        const bool is_side = (edge.first + 1) % n == edge.second;
+        ASSERT_EQ(edges.count({edge.second, edge.first}), is_side ? 0u : 1u);
+    }
+    for (int i = 0; i < n; ++i)
+        ASSERT_EQ(edges.count({i, (i + 1) % n}), 1u);
+}
+
+double doubled_area(const vector2 &a, const vector2 &b, const vector2 &c)
+{
+    return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+}
+
+/// No triangle turned over: with closed edges, the polygon is covered and nothing twice.
+int turned_over(const outline &polygon, const std::vector<int> &triangles)
+{
+    double sum = 0.0;
+    for (std::size_t i = 0; i < polygon.size(); ++i)
+        sum += doubled_area({0.0, 0.0}, polygon[i], polygon[(i + 1) % polygon.size()]);
+    int count = 0;
+    for (std::size_t t = 0; t < triangles.size(); t += 3)
+    {
+        const vector2 &a = polygon[static_cast<std::size_t>(triangles[t])];
+        const vector2 &b = polygon[static_cast<std::size_t>(triangles[t + 1])];
+        const vector2 &c = polygon[static_cast<std::size_t>(triangles[t + 2])];
+        count += doubled_area(a, b, c) * (sum < 0.0 ? -1.0 : 1.0) < 0.0;
+    }
+    return count;
+}
+
+void expect_covered(const outline &polygon)
+{
+    for (int turn = 0; turn < 2; ++turn)
+    {
+        outline p = polygon;
+        if (turn == 1)
+            std::reverse(p.begin(), p.end());
+        const std::vector<int> triangles = split(in_tilted_plane(p));
+        expect_closed(triangles, static_cast<int>(p.size()));
+        EXPECT_EQ(turned_over(p, triangles), 0);
+    }
+}
+
+outline star(std::mt19937 &random, int corner_count)
+{
+    std::vector<double> angles;
+    for (int i = 0; i < corner_count; ++i)
+        angles.push_back(2.0 * 3.14159265358979 * (i + static_cast<int>(random() % 90) / 100.0) /
+                         corner_count);
+    outline polygon;
+    for (double angle : angles)
+    {
+        const double radius = 100.0 + static_cast<double>(random() % 4000);
+        polygon.push_back({std::round(64.0 * radius * std::cos(angle)),
+                           std::round(64.0 * radius * std::sin(angle))});
+    }
+    return polygon;
+}
+
+outline spiral(int turns)
+{
+    outline polygon;
+    for (int i = 0; i < turns * 20; ++i)
+        polygon.push_back({std::round((50.0 + i) * 100.0 * std::cos(i * 0.314159265)),
+                           std::round((50.0 + i) * 100.0 * std::sin(i * 0.314159265))});
+    for (int i = turns * 20; i-- > 0;)
+        polygon.push_back({std::round((40.0 + i) * 100.0 * std::cos(i * 0.314159265)),
+                           std::round((40.0 + i) * 100.0 * std::sin(i * 0.314159265))});
+    return polygon;
+}
+
+outline comb(int teeth)
+{
+    outline polygon;
+    for (int i = 0; i < teeth; ++i)
+    {
+        polygon.push_back({4.0 * i, 0.0});
+        polygon.push_back({4.0 * i + 1.0, 1000.0});
+        polygon.push_back({4.0 * i + 2.0, 1.0});
+    }
+    polygon.push_back({4.0 * teeth, -5.0});
+    polygon.push_back({0.0, -5.0});
+    return polygon;
+}
+
+/// The outline of a maze's corridors, which form a tree. `every_step` keeps the points on
+/// straight walls.
+outline maze(std::mt19937 &random, int cells, bool every_step)
+{
+    const int size = 2 * cells + 1;
+    std::vector<char> open(static_cast<std::size_t>(size * size), 0);
+    auto at = [&](int x, int y) -> char & { return open[static_cast<std::size_t>(y * size + x)]; };
+    std::vector<std::pair<int, int>> trail = {{1, 1}};
+    at(1, 1) = 1;
+    static constexpr int dx[4] = {1, 0, -1, 0}, dy[4] = {0, 1, 0, -1};
+    while (!trail.empty())
+    {
+        const auto [x, y] = trail.back();
+        const unsigned first = random() % 4;
+        bool moved = false;
+        for (unsigned k = 0; k < 4 && !moved; ++k)
+        {
+            const int u = dx[(first + k) % 4], v = dy[(first + k) % 4];
+            const int far_x = x + 2 * u, far_y = y + 2 * v;
+            if (far_x < 0 || far_x >= size || far_y < 0 || far_y >= size || at(far_x, far_y))
+                continue;
+            at(x + u, y + v) = at(far_x, far_y) = 1;
+            trail.push_back({far_x, far_y});
+            moved = true;
+        }
+        if (!moved)
+            trail.pop_back();
+    }
+    // Walk along the walls with open cells on the left.
+    auto is_open = [&](int x, int y)
+    { return x >= 0 && y >= 0 && x < size && y < size && at(x, y) != 0; };
+    outline polygon;
+    int x = 1, y = 1, direction = 0;
+    do
+    {
+        const int ahead_left_x = x + (direction == 0 || direction == 3 ? 0 : -1);
+        const int ahead_left_y = y + (direction == 0 || direction == 1 ? 0 : -1);
+        const int ahead_right_x = x + (direction == 0 || direction == 1 ? 0 : -1);
+        const int ahead_right_y = y + (direction == 1 || direction == 2 ? 0 : -1);
+        const int before = direction;
+        if (is_open(ahead_right_x, ahead_right_y))
+            direction = (direction + 3) % 4;
+        else if (!is_open(ahead_left_x, ahead_left_y))
+            direction = (direction + 1) % 4;
+        if (every_step || direction != before)
+            polygon.push_back({static_cast<double>(x), static_cast<double>(y)});
+        x += dx[direction];
+        y += dy[direction];
+    } while (x != 1 || y != 1);
+    return polygon;
+}
+
+TEST(FbxTriangulate, TriangleStays)
+{
+    EXPECT_EQ(split({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}), (std::vector<int>{0, 1, 2}));
+}
+
+TEST(FbxTriangulate, QuadrangleTakesTheDiagonalThatFits)
+{
+    const std::vector<int> along_02 = {0, 1, 2, 0, 2, 3}, along_13 = {0, 1, 3, 1, 2, 3};
+    EXPECT_EQ(split({{0, 0, 0}, {9, 0, 0}, {10, 1, 0}, {0, 1, 0}}), along_13);
+    EXPECT_EQ(split({{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}}), along_02); // equal diagonals
+    // A reflex corner leaves one choice, and it is the longer diagonal in the second one.
+    EXPECT_EQ(split({{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {0, 4, 0}}), along_02);
+    EXPECT_EQ(split({{0, 4, 0}, {0, 0, 0}, {4, 0, 0}, {1, 1, 0}}), along_13);
+    EXPECT_EQ(split({{-1, 0, 0}, {9, -5, 0}, {0, 0, 0}, {9, 5, 0}}), along_02);
+    // A corner on the line between its neighbours, and the same run clockwise.
+    EXPECT_EQ(split({{0, 0, 0}, {2, 0, 0}, {4, 0, 0}, {2, 1, 0}}), along_13);
+    EXPECT_EQ(split({{2, 1, 0}, {4, 0, 0}, {2, 0, 0}, {0, 0, 0}}), along_02);
+}
+
+TEST(FbxTriangulate, CoversOutlinesWithoutOverlap)
+{
+    std::mt19937 random(7);
+    for (int n = 5; n < 60; ++n)
+    {
+        SCOPED_TRACE(n);
+        expect_covered(star(random, n));
+    }
+    expect_covered(spiral(20));
+    expect_covered(comb(100));
+    expect_covered(maze(random, 12, false));
+    expect_covered(maze(random, 12, true));
+}
+
+TEST(FbxTriangulate, CoversOutlinesThatTouchThemselves)
+{
+    // A square with a square hole, reached over a bridge that runs both ways.
+    expect_covered(
+        {{0, 0}, {9, 0}, {9, 9}, {0, 9}, {0, 0}, {3, 3}, {3, 6}, {6, 6}, {6, 3}, {3, 3}});
+    // Two squares that meet in a point; a notch that touches the far side; a doubled corner.
+    expect_covered({{0, 0}, {4, 0}, {4, 4}, {8, 4}, {8, 8}, {4, 8}, {4, 4}, {0, 4}});
+    expect_covered({{0, 0}, {8, 0}, {8, 8}, {5, 8}, {4, 0}, {3, 8}, {0, 8}});
+    expect_covered({{0, 0}, {8, 0}, {8, 0}, {8, 8}, {0, 8}, {0, 8}});
+    // Two holes on one bridge, and a spike that has no area.
+    expect_covered({{0, 0},
+                    {20, 0},
+                    {20, 9},
+                    {0, 9},
+                    {0, 0},
+                    {3, 3},
+                    {3, 6},
+                    {6, 6},
+                    {12, 6},
+                    {15, 6},
+                    {15, 3},
+                    {12, 3},
+                    {12, 6},
+                    {6, 6},
+                    {6, 3},
+                    {3, 3}});
+    expect_covered({{0, 0}, {8, 0}, {8, 8}, {4, 8}, {4, 3}, {4, 8}, {0, 8}});
+}
+
+TEST(FbxTriangulate, CollinearCornersGetAreaWherePossible)
+{
+    outline polygon;
+    for (int i = 0; i < 40; ++i)
+        polygon.push_back({static_cast<double>(i), 0.0});
+    polygon.push_back({20.0, 30.0});
+    const std::vector<int> triangles = split(in_tilted_plane(polygon));
+    for (std::size_t t = 0; t < triangles.size(); t += 3)
+        EXPECT_GT(doubled_area(polygon[static_cast<std::size_t>(triangles[t])],
+                               polygon[static_cast<std::size_t>(triangles[t + 1])],
+                               polygon[static_cast<std::size_t>(triangles[t + 2])]),
+                  0.0);
+}
+
+TEST(FbxTriangulate, HostilePolygonsStayClosed)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    std::mt19937 random(3);
+    std::vector<std::vector<vector3>> polygons(9);
+    for (int i = 0; i < 4000; ++i)
+    {
+        const double x = static_cast<double>(random() % 100000), y = static_cast<double>(random());
+        polygons[0].push_back({x, y / 50000.0, 0.0});                       // crosses itself
+        polygons[1].push_back({static_cast<double>(i), 2.0 * i, 3.0 * i});  // on a line
+        polygons[2].push_back({1.0, 2.0, 3.0});                             // one point
+        polygons[3].push_back({i % 2 ? 1.0 : 0.0, i % 3 ? 1.0 : 0.0, 0.0}); // few points
+        polygons[4].push_back({std::cos(i * 2.0), std::sin(i * 2.0), 0.0}); // around and around
+        polygons[5].push_back({i % 7 ? x : infinity, i % 5 ? y : -infinity, std::nan("")});
+        polygons[6].push_back({x * 1e300, y * 1e300, (x - y) * 1e303});
+        polygons[7].push_back({x * 1e-320, y * 1e-320, 0.0});
+        polygons[8].push_back({x, std::cos(x), std::sin(y)}); // bent
+    }
+    for (std::size_t i = 0; i < polygons.size(); ++i)
+    {
+        SCOPED_TRACE(i);
+        expect_closed(split(polygons[i]), 4000);
+        polygons[i].resize(i % 2 ? 4 : 7);
+        expect_closed(split(polygons[i]), i % 2 ? 4 : 7);
+    }
+}
+
+TEST(FbxTriangulate, LargeOutlinesTakeNoQuadraticTime)
+{
+    std::mt19937 random(11);
+    for (const outline &polygon : {maze(random, 120, false), maze(random, 60, true), spiral(650),
+                                   comb(8300), star(random, 25000)})
+    {
+        SCOPED_TRACE(polygon.size());
+        const auto start = std::chrono::steady_clock::now();
+        const std::vector<int> triangles = split(in_tilted_plane(polygon));
+        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+        EXPECT_EQ(turned_over(polygon, triangles), 0);
+        EXPECT_LT(seconds.count(), 5.0); // some hundredths on a machine with nothing else to do
+        if (getenv("VESK_SHOW"))
+            printf("%zu %f\n", polygon.size(), seconds.count());
+    }
+}
+} // namespace
