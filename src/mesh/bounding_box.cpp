@@ -18,7 +18,9 @@ void vesk_mesh::___calculate_min_max_bounding_box()
     // Kept in locals: through the fields the compiler would store after every vertex.
     vesk_vector3 low(FLT_MAX, FLT_MAX, FLT_MAX);
     vesk_vector3 high(-FLT_MAX, -FLT_MAX, -FLT_MAX);
-    for (unsigned int v = 0; v < vertex_count; ++v)
+    // An instance may hold a count and no vertices: what it borrows is not examined.
+    const unsigned int known_count = vertex_array ? vertex_count : 0;
+    for (unsigned int v = 0; v < known_count; ++v)
     {
         const vesk_vector3 &p = vertex_array[v].position;
         // The comparisons are false for a NaN, which so never enters the box.
