@@ -33,6 +33,8 @@ struct document::state
     }
     void allocate(std::size_t count);
     bool read_whole_file();
+    bool read_binary();
+    bool read_text();
     bool find_value(const record &r, std::uint32_t i, binary_value &out) const;
 };
 
@@ -79,6 +81,28 @@ bool document::state::read_whole_file()
     return complete;
 }
 
+bool document::state::read_binary()
+{
+    const bool sound = read_binary_layout(content(), layout) &&
+                       read_binary_records(content(), layout, records, first);
+    version = layout.version;
+    return sound;
+}
+
+bool document::state::read_text()
+{
+    if (!read_text_records(content(), records, first))
+        return false;
+    version = version_in_first_comment(content());
+    const record *const header = find_from(first, "FBXHeaderExtension");
+    const record *const stated =
+        header != nullptr ? find_from(header->first_child, "FBXVersion") : nullptr;
+    std::int64_t number;
+    if (stated != nullptr && text_integer(*stated, 0, number) && number > 0 && number < 100000)
+        version = static_cast<unsigned int>(number);
+    return true;
+}
+
 document::document() : m_state(new state) {}
 
 document::~document() = default;
@@ -109,25 +133,11 @@ load_result document::parse()
 {
     if (!m_state->read_whole_file())
         return load_result::damaged;
-    const std::string_view content = m_state->content();
-    m_state->records.set_limit_for_file(content.size());
-    if (!is_text())
-    {
-        if (!read_binary_layout(content, m_state->layout) ||
-            !read_binary_records(content, m_state->layout, m_state->records, m_state->first))
-            return load_result::damaged;
-        m_state->version = m_state->layout.version;
+    m_state->records.set_limit_for_file(m_state->byte_count);
+    if (is_text() ? m_state->read_text() : m_state->read_binary())
         return load_result::ok;
-    }
-    if (!read_text_records(content, m_state->records, m_state->first))
-        return load_result::damaged;
-    m_state->version = version_in_first_comment(content);
-    const record *const header = find_top("FBXHeaderExtension");
-    const record *const stated = header != nullptr ? find_child(*header, "FBXVersion") : nullptr;
-    std::int64_t version;
-    if (stated != nullptr && get_integer(*stated, 0, version) && version > 0 && version < 100000)
-        m_state->version = static_cast<unsigned int>(version);
-    return load_result::ok;
+    m_state->first = nullptr;
+    return load_result::damaged;
 }
 
 bool document::is_text() const

@@ -271,7 +271,8 @@ const char *read_decimal(const char *p, const char *end, decimal &out)
     return p;
 }
 
-/// The general case, for which the standard library has what it takes.
+/// The general case, for which the standard library has what it takes (libstdc++ from 11 on, and
+/// without a locale from 12 on; libc++ only from 20 on).
 double convert_slowly(const char *begin, const char *end, const decimal &number)
 {
     double value = 0;

@@ -44,14 +44,14 @@ private:
     const char *const m_end;
     record_arena &m_arena;
     record *m_record = nullptr;     ///< the one that values and a block would belong to
+    const char *m_values = nullptr; ///< where its values begin
     std::vector<open_block> m_open; ///< in place of recursion: a file can nest as deep as it likes
 };
 
 /// The values of the present record reach up to here.
 void text_reader::end_values()
 {
-    const char *const begin = m_record->values.data();
-    m_record->values = {begin, static_cast<std::size_t>(m_at - begin)};
+    m_record->values = {m_values, static_cast<std::size_t>(m_at - m_values)};
 }
 
 bool text_reader::add_record(std::string_view name)
@@ -60,7 +60,8 @@ bool text_reader::add_record(std::string_view name)
     if (m_record == nullptr)
         return false;
     m_record->name = name;
-    m_record->values = {m_at, 0};
+    m_values = m_at;
+    end_values();
     return true;
 }
 
