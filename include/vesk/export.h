@@ -12,6 +12,11 @@
 /// `VESK_BUILDING` is defined while the library itself is compiled, `VESK_EMIT_KIT` in the one
 /// source of each family that puts the inline functions into the library.
 
+// The library is built with its inline functions whatever the host around it wants.
+#if defined(VESK_BUILDING)
+#undef VESK_NO_INLINE
+#endif
+
 #if defined(_WIN32) && defined(VESK_BUILDING)
 #define VESK_API __declspec(dllexport)
 #define VESK_INSTANCE VESK_API // on the instantiation; no extern template while building
