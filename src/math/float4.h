@@ -98,3 +98,43 @@ inline void vesk_transpose4(vesk_float4 &a, vesk_float4 &b, vesk_float4 &c, vesk
     d = vesk_float4{rows[0][3], rows[1][3], rows[2][3], rows[3][3]};
 #endif
 }
+
+/// Two floats from each of four addresses: the first of each in `first`, the second in `second`.
+inline void vesk_load_pairs4(const float *p0, const float *p1, const float *p2, const float *p3,
+                             vesk_float4 &first, vesk_float4 &second)
+{
+#if defined(__SSE2__)
+    const auto halves = [](const float *low, const float *high)
+    {
+        const __m128d half = _mm_load_sd(reinterpret_cast<const double *>(low));
+        return _mm_castpd_ps(_mm_loadh_pd(half, reinterpret_cast<const double *>(high)));
+    };
+    const __m128 p01 = halves(p0, p1), p23 = halves(p2, p3);
+    first = _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(2, 0, 2, 0));
+    second = _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(3, 1, 3, 1));
+#else
+    first = vesk_float4{p0[0], p1[0], p2[0], p3[0]};
+    second = vesk_float4{p0[1], p1[1], p2[1], p3[1]};
+#endif
+}
+
+/// The counterpart of `vesk_load_pairs4`.
+inline void vesk_store_pairs4(float *p0, float *p1, float *p2, float *p3, vesk_float4 first,
+                              vesk_float4 second)
+{
+#if defined(__SSE2__)
+    const __m128d p01 = _mm_castps_pd(_mm_unpacklo_ps(first, second));
+    const __m128d p23 = _mm_castps_pd(_mm_unpackhi_ps(first, second));
+    _mm_storel_pd(reinterpret_cast<double *>(p0), p01);
+    _mm_storeh_pd(reinterpret_cast<double *>(p1), p01);
+    _mm_storel_pd(reinterpret_cast<double *>(p2), p23);
+    _mm_storeh_pd(reinterpret_cast<double *>(p3), p23);
+#else
+    float *const to[4] = {p0, p1, p2, p3};
+    for (int i = 0; i < 4; ++i)
+    {
+        to[i][0] = first[i];
+        to[i][1] = second[i];
+    }
+#endif
+}
