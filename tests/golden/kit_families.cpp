@@ -1,0 +1,253 @@
+#include "golden/families.h"
+#include "support/mesh_builder.h"
+
+#include <limits>
+
+namespace
+{
+/// Ordinary numbers, and those at which arithmetic turns.
+const float grid_numbers[] = {0.0f,
+                              -0.0f,
+                              1.0f,
+                              -1.0f,
+                              0.5f,
+                              2.5f,
+                              -3.25f,
+                              0.1f,
+                              0.70710677f,
+                              3.1415927f,
+                              6.2831855f,
+                              -6.5f,
+                              7.0f,
+                              1e-3f,
+                              1e-30f,
+                              -1e-42f,
+                              1e30f,
+                              123456.789f,
+                              4.2949673e9f,
+                              std::numeric_limits<float>::max(),
+                              std::numeric_limits<float>::infinity(),
+                              -std::numeric_limits<float>::infinity(),
+                              std::numeric_limits<float>::quiet_NaN()};
+
+constexpr unsigned int random_count = 4000;
+
+template <typename V> V random_vector(test_random &random, unsigned int size)
+{
+    V v;
+    for (unsigned int i = 0; i < size; ++i)
+        v[i] = random.below(8) == 0
+                   ? grid_numbers[random.below(sizeof(grid_numbers) / sizeof(float))]
+                   : random.between(-4.0f, 4.0f);
+    return v;
+}
+
+/// What all three vector classes have.
+template <typename V> void fold_common(digest &out, V a, V b, float s)
+{
+    out.add(a + b);
+    out.add(a - b);
+    out.add(a * s);
+    out.add(s * a);
+    out.add(a / s);
+    out.add(-a);
+    V c = a;
+    c += b;
+    c -= a;
+    c *= s;
+    c /= s;
+    out.add(c);
+    out.add(a == b);
+    out.add(a != c);
+    out.add(a.is_zero());
+    out.add(a.get_length());
+    out.add(a.get_length_squared());
+    out.add(vesk_vec_normalize(a));
+    out.add(vesk_vec_reflect(a, b));
+    out.add(vesk_vec_dot_product(a, b));
+    out.add(vesk_vec_nearly_equal(a, b, s));
+}
+} // namespace
+
+void fold_scalars(digest &out)
+{
+    for (const float a : grid_numbers)
+    {
+        out.add(vesk_degree_to_radian(a));
+        out.add(vesk_degree_to_half_radian(a));
+        out.add(vesk_radian_to_degree(a));
+        out.add(vesk_square_root(a));
+        out.add(vesk_sine(a));
+        out.add(vesk_cosine(a));
+        out.add(vesk_arccosine(a));
+        out.add(vesk_arctangent(a));
+        out.add(vesk_fabs(a));
+        out.add(vesk_round(a));
+        for (const float b : grid_numbers)
+        {
+            out.add(vesk_arctangent2(a, b));
+            out.add(vesk_exponent(a, b));
+            out.add(vesk_mod(a, b));
+            out.add(vesk_minimum_distance_between_angles(a, b));
+            out.add(vesk_maximize_angles(a, b));
+            for (const float c : grid_numbers)
+            {
+                out.add(vesk_is_angle_in_range(a, b, c));
+                out.add(vesk_clamp(a, b, c));
+                out.add(vesk_percentage(a, b, c));
+            }
+        }
+    }
+    test_random random(11);
+    for (unsigned int i = 0; i < random_count; ++i)
+    {
+        const float angle = random.between(-20.0f, 20.0f);
+        const float part = random.between(-1.0f, 1.0f);
+        out.add(vesk_sine(angle));
+        out.add(vesk_cosine(angle));
+        out.add(vesk_arccosine(part));
+        out.add(vesk_arctangent(angle));
+        out.add(vesk_arctangent2(part, angle));
+        out.add(vesk_exponent(vesk_fabs(angle), part));
+        out.add(vesk_mod(angle, vesk_fabs(part)));
+        out.add(vesk_round(vesk_fabs(angle)));
+        out.add(vesk_mod(random.next(), random.below(3)));
+        out.add(vesk_abs(static_cast<int>(random.below(1000)) - 500));
+    }
+}
+
+void fold_vectors(digest &out)
+{
+    test_random random(12);
+    for (unsigned int i = 0; i < random_count; ++i)
+    {
+        const float s = random.between(-2.0f, 2.0f);
+        vesk_vector2 a2 = random_vector<vesk_vector2>(random, 2);
+        const vesk_vector2 b2 = random_vector<vesk_vector2>(random, 2);
+        fold_common(out, a2, b2, s);
+        out.add(vesk_vec_distance(a2, b2));
+        out.add(vesk_vec_distance_squared(a2, b2));
+        out.add(vesk_vec_lerp(a2, b2, s));
+        out.add(a2.get_angle());
+        a2.rotate_angle(s);
+        out.add(a2);
+        a2.set_angle(s * 8.0f);
+        out.add(a2);
+
+        const vesk_vector3 a3 = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 b3 = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 c3 = random_vector<vesk_vector3>(random, 3);
+        fold_common(out, a3, b3, s);
+        out.add(vesk_vec_distance(a3, b3));
+        out.add(vesk_vec_distance_squared(a3, b3));
+        out.add(vesk_vec_lerp(a3, b3, s));
+        out.add(vesk_vec_cross_product(a3, b3));
+        out.add(vesk_vec_triple_product(a3, b3, c3));
+        out.add(vesk_vec_slerp(vesk_vec_normalize(a3), vesk_vec_normalize(b3), s));
+        out.add(vesk_triangle_normal(a3, b3, c3));
+        vesk_vector3 turned = c3;
+        vesk_rotate_point_around_axis(a3, b3, s, turned);
+        out.add(turned);
+
+        const vesk_vector4 a4 = random_vector<vesk_vector4>(random, 4);
+        fold_common(out, a4, random_vector<vesk_vector4>(random, 4), s);
+    }
+}
+
+void fold_matrices(digest &out)
+{
+    test_random random(13);
+    for (unsigned int i = 0; i < random_count; ++i)
+    {
+        const float angle = random.between(-7.0f, 7.0f);
+        const vesk_vector3 v = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 axis = vesk_vec_normalize(random.point(-1.0f, 1.0f));
+        vesk_matrix33 a(random.point(-2.0f, 2.0f), random.point(-2.0f, 2.0f),
+                        random.point(-2.0f, 2.0f));
+        vesk_matrix33 b = vesk_matrix33_rotate(i % 4, angle);
+        out.add(b);
+        vesk_matrix33_rotate_on_arbitrary_axis(axis, angle, b);
+        out.add(b);
+        out.add(a * b);
+        out.add(a + b);
+        out.add(a - b);
+        out.add(a * angle);
+        out.add(a * v);
+        out.add(v * a);
+        out.add(a == b);
+        out.add(vesk_matrix33_inverse(a));
+        out.add(vesk_matrix33_transpose(a));
+        vesk_matrix33_rotate_on_arbitrary_XZ_axis(axis, angle, b);
+        out.add(b);
+        out.add(vesk_matrix33_rotation_from_vector(axis, v, static_cast<int>(i & 1)));
+        out.add(vesk_matrix33_scale(v));
+
+        vesk_matrix44 c = vesk_matrix44_rotate(i % 4, angle);
+        c *= vesk_matrix44_translate(v) * vesk_matrix44_scale(axis);
+        out.add(c);
+        out.add(c * v);
+        out.add(v * c);
+        out.add(c * random_vector<vesk_vector4>(random, 4));
+        c = a;
+        c /= angle;
+        out.add(c.transpose());
+        out.add(vesk_matrix44_rotation_from_vector(v, axis));
+    }
+}
+
+void fold_quaternions(digest &out)
+{
+    test_random random(14);
+    for (unsigned int i = 0; i < random_count; ++i)
+    {
+        const vesk_vector3 axis = vesk_vec_normalize(random.point(-1.0f, 1.0f));
+        vesk_quaternion a(random.between(-400.0f, 400.0f), axis);
+        vesk_quaternion b;
+        b.from_euler(random.between(-180.0f, 180.0f), random.between(-180.0f, 180.0f),
+                     random.between(-180.0f, 180.0f));
+        const float t = random.between(-0.5f, 1.5f);
+        out.add(a);
+        out.add(b);
+        out.add(a * b);
+        out.add(a * t + b);
+        out.add(a.dot(b));
+        vesk_quaternion blend;
+        vesk_quat_slerp(a, b, t, blend);
+        out.add(blend);
+        vesk_quat_nlerp(a, b, t, blend);
+        out.add(blend);
+        out.add(blend.normalize());
+        out.add(blend);
+        blend.aim_z_axis(axis);
+        out.add(blend);
+        vesk_matrix33 turn;
+        blend.to_matrix(turn);
+        out.add(turn);
+    }
+}
+
+void fold_planes(digest &out)
+{
+    test_random random(15);
+    for (unsigned int i = 0; i < random_count; ++i)
+    {
+        const vesk_vector3 a = random.point(-2.0f, 2.0f);
+        const vesk_vector3 b = random.point(-2.0f, 2.0f);
+        const vesk_vector3 c = random_vector<vesk_vector3>(random, 3);
+        vesk_plane3 plane;
+        plane.create_from_triangle(a, b, c);
+        out.add(plane.normal);
+        out.add(plane.point);
+        out.add(plane.d);
+        vesk_vector3 crossing;
+        out.add(vesk_plane3_intersect_segment(plane, b * 2.0f, a * -2.0f, crossing));
+        out.add(crossing);
+        out.add(vesk_plane3_distance_from_point(plane, c));
+        plane.set_coefficients(a.x, a.y, a.z, b.x);
+        out.add(plane.normal);
+        out.add(plane.d);
+        out.add(vesk_triangle_radius(vesk_vector2(a.x, a.y), vesk_vector2(b.x, b.y),
+                                     vesk_vector2(c.x, c.y)));
+        out.add(vesk_ray_intersect_sphere(a, vesk_vec_normalize(b - a), c, 1.5f));
+    }
+}
