@@ -12,5 +12,6 @@
 #include "vesk/quaternion.h"
 #include "vesk/scalar.h"
 #include "vesk/uv_lookup.h"
+#include "vesk/validate.h"
 #include "vesk/vector.h"
 #include "vesk/version.h"
