@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace
@@ -15,6 +16,7 @@ std::atomic<bool> failed{false};
 std::atomic<long long> bytes_alive{0};
 std::atomic<long long> blocks_alive{0};
 std::atomic<unsigned long long> largest{0};
+std::atomic<int> fill_byte{-1};
 
 // The size stands in front of each block; 16 bytes keep the alignment.
 constexpr std::size_t head_bytes = 16;
@@ -36,7 +38,10 @@ void *allocate(std::size_t size) noexcept
     *static_cast<std::size_t *>(block) = size;
     bytes_alive += static_cast<long long>(size);
     ++blocks_alive;
-    return static_cast<unsigned char *>(block) + head_bytes;
+    void *data = static_cast<unsigned char *>(block) + head_bytes;
+    if (fill_byte >= 0)
+        std::memset(data, fill_byte, size);
+    return data;
 }
 
 void *allocate_or_throw(std::size_t size)
@@ -75,6 +80,11 @@ bool allocation_failed()
 int allocations_seen()
 {
     return static_cast<int>(seen.load());
+}
+
+void fill_allocations(int byte)
+{
+    fill_byte = byte;
 }
 
 long long live_bytes()
