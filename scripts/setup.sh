@@ -6,7 +6,8 @@ set -euo pipefail
 build_packages=(g++ cmake make pkg-config liblz4-dev libdeflate-dev)
 example_packages=(libpng-dev)
 test_packages=(libgtest-dev)
-check_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev libbenchmark-dev)
+check_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev libbenchmark-dev
+    doxygen libeigen3-dev)
 
 case "${1:-all}" in
     build) wanted=("${build_packages[@]}") ;;

@@ -11,7 +11,7 @@
 /// and rounded back. Nothing here fails or allocates: bad input gives an IEEE result or the
 /// result that the operation names.
 
-/// An infinite plane: the points p with `normal . p + d` of 0.
+/// An infinite plane: the points p whose dot product with `normal`, plus `d`, is 0.
 ///
 /// Each function reads some of the fields only: the distance reads `normal` and `d`, the segment
 /// crossing `normal` and `point`. All three agree after `create_from_triangle` and

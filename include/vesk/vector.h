@@ -15,8 +15,11 @@
 class vesk_vector3;
 class vesk_vector4;
 
-// Under C++20 a compiler also tries `b == a` for `a == b`, which makes non-const member
-// comparisons ambiguous with the free ones; the free ones alone serve such hosts.
+/// @def VESK_MEMBER_COMPARISON
+/// 1 when the vectors' member comparisons are declared, else 0.
+///
+/// Under C++20 a compiler also tries `b == a` for `a == b`, which makes non-const member
+/// comparisons ambiguous with the free ones; the free ones alone serve such hosts.
 #if defined(__cpp_impl_three_way_comparison)
 #define VESK_MEMBER_COMPARISON 0
 #else

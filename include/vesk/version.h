@@ -5,9 +5,9 @@
 /// @file
 /// Version of the headers, and of the library that is loaded.
 
-#define VESK_VERSION_MAJOR 1
-#define VESK_VERSION_MINOR 0
-#define VESK_VERSION_PATCH 0
+#define VESK_VERSION_MAJOR 1 ///< rises with a change that breaks hosts
+#define VESK_VERSION_MINOR 0 ///< rises with an addition
+#define VESK_VERSION_PATCH 0 ///< rises with a correction
 
 /// The version of these headers as one number: major * 10000 + minor * 100 + patch.
 #define VESK_VERSION (VESK_VERSION_MAJOR * 10000 + VESK_VERSION_MINOR * 100 + VESK_VERSION_PATCH)
