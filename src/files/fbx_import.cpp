@@ -41,7 +41,7 @@ public:
     {
         const std::size_t block = m_taken / block_links;
         if (block == m_blocks.size())
-            m_blocks.emplace_back(new fbx_vertex_link_s[block_links]);
+            m_blocks.push_back(block_of_links(new fbx_vertex_link_s[block_links]));
         return &m_blocks[block][m_taken++ % block_links];
     }
     void clear()
@@ -55,9 +55,10 @@ public:
     }
 
 private:
+    using block_of_links = std::unique_ptr<fbx_vertex_link_s[]>;
     static constexpr std::size_t block_links = 1024;
 
-    std::vector<std::unique_ptr<fbx_vertex_link_s[]>> m_blocks;
+    std::vector<block_of_links> m_blocks;
     std::size_t m_taken = 0;
 };
 

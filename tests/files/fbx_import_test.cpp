@@ -1,0 +1,534 @@
+#include "support/bits.h"
+#include "support/byte_file.h"
+#include "support/failing_new.h"
+#include "support/fbx_scene.h"
+#include "vesk/mesh.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+#include <random>
+#include <set>
+#include <tuple>
+
+namespace
+{
+constexpr const char *no_meshes = "Failed to find any meshes in the FBX scene.";
+constexpr const char *wrong_uvs = "Not enough FBX uv indices for triangles.";
+
+template <typename T> void append(std::vector<T> &list, std::initializer_list<T> values)
+{
+    for (const T &value : values)
+        list.push_back(value);
+}
+
+/// A strip of triangles over random points, without normals and UVs.
+fbx_mesh_source strip(int triangle_count, unsigned int seed = 1)
+{
+    std::mt19937 random(seed);
+    fbx_mesh_source mesh;
+    for (int i = 0; i < 3 * (triangle_count + 2); ++i)
+        mesh.points.push_back(static_cast<int>(random() % 8001) / 1000.0 - 4.0);
+    for (int i = 0; i < triangle_count; ++i)
+        append(mesh.corners, {i, i + 1, ~(i + 2)});
+    return mesh;
+}
+
+/// With as many UV layers as there are lists of indices; layer n has `uv_count` UVs (n, k).
+fbx_mesh_source with_uvs(fbx_mesh_source mesh, int uv_count,
+                         const std::vector<std::vector<int>> &layers)
+{
+    for (std::size_t n = 0; n < layers.size(); ++n)
+    {
+        std::vector<double> values;
+        for (int k = 0; k < uv_count; ++k)
+            append(values, {static_cast<double>(n), k / 8.0});
+        mesh.elements.push_back(fbx_uvs(static_cast<int>(n), values, layers[n]));
+        mesh.elements.push_back(fbx_layer(static_cast<int>(n), {"LayerElementUV"}));
+    }
+    return mesh;
+}
+
+fbx_mesh_source with_normals(fbx_mesh_source mesh, const fbx_node &normals)
+{
+    mesh.elements.push_back(normals);
+    mesh.elements.push_back(fbx_layer(0, {"LayerElementNormal"}));
+    return mesh;
+}
+
+std::vector<unsigned int> list_of(const vesk_list<unsigned int> &list)
+{
+    return std::vector<unsigned int>(list.data, list.data + list.count);
+}
+
+template <typename T> std::string bytes_of(const T *data, std::size_t count)
+{
+    return std::string(reinterpret_cast<const char *>(data), count * sizeof(T));
+}
+
+/// Everything that a load decides, as bytes.
+std::string content_of(const vesk_mesh &mesh)
+{
+    std::string content = bytes_of(mesh.vertex_array, mesh.vertex_count) +
+                          bytes_of(mesh.index_array, mesh.index_count) +
+                          bytes_of(mesh.subset_lookup_table.data, mesh.subset_lookup_table.count) +
+                          bytes_of(&mesh.bounding_box_min, 1) + bytes_of(&mesh.bounding_box_max, 1);
+    for (unsigned int c = 0; c < mesh.uv_channel_arrays.count; ++c)
+        content += bytes_of(mesh.uv_channel_arrays[c], mesh.uv_channel_counts[c]) +
+                   bytes_of(mesh.uv_index_arrays[c], mesh.index_count / 7 * 3);
+    return content;
+}
+
+/// A mesh that is loaded by its constructor and freed by its destructor.
+struct loaded : vesk_mesh
+{
+    template <typename Source> explicit loaded(const Source &source)
+        : result(load_fbx(*this, source))
+    {
+        expect_sound(*this, result);
+    }
+    ~loaded()
+    {
+        free();
+    }
+    int result;
+};
+
+vesk_vector3 corner_position(const vesk_mesh &mesh, unsigned int triangle, unsigned int corner)
+{
+    return mesh.vertex_array[mesh.index_array[7 * triangle + corner]].position;
+}
+
+vesk_vector3 corner_normal(const vesk_mesh &mesh, unsigned int triangle, unsigned int corner)
+{
+    return mesh.vertex_array[mesh.index_array[7 * triangle + corner]].normal;
+}
+
+void expect_near(const vesk_vector3 &actual, double x, double y, double z)
+{
+    EXPECT_NEAR(static_cast<double>(actual.x), x, 1e-6);
+    EXPECT_NEAR(static_cast<double>(actual.y), y, 1e-6);
+    EXPECT_NEAR(static_cast<double>(actual.z), z, 1e-6);
+}
+
+TEST(FbxImport, MeshNodesBecomeSubsets)
+{
+    fbx_scene scene;
+    fbx_mesh_source first = strip(2);
+    first.points[0] = 1.0;
+    first.points[1] = 2.0;
+    first.points[2] = 3.0;
+    scene.add_mesh(fbx_scene::root, first);
+    scene.add_mesh(fbx_scene::root, strip(3, 2));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    EXPECT_EQ(list_of(mesh.subset_lookup_table), (std::vector<unsigned int>{0, 2, 14, 3}));
+    EXPECT_EQ(mesh.index_count, 35u);
+    EXPECT_EQ(mesh.index_array[3 * 7 + 6], 21u);
+    EXPECT_EQ(mesh.is_valid(), 1);
+
+    const vesk_vector3 p = corner_position(mesh, 0, 0);
+    EXPECT_BITS(p.x, bits_of(-1.0f));
+    EXPECT_BITS(p.y, bits_of(2.0f));
+    EXPECT_BITS(p.z, bits_of(3.0f));
+
+    // No layer of UVs: one channel of one UV.
+    ASSERT_EQ(list_of(mesh.uv_channel_counts), std::vector<unsigned int>{1});
+    EXPECT_TRUE(same_bits(mesh.uv_array[0], vesk_vector2(0.0f, 0.0f)));
+}
+
+TEST(FbxImport, EncodingsGiveEqualBits)
+{
+    std::mt19937 random(5);
+    fbx_mesh_source polygons = strip(1);
+    polygons.corners = {0, 1, ~2};
+    for (int i = 0; i < 12; ++i)
+        polygons.points.push_back(static_cast<int>(random() % 1000) / 7.0);
+    append(polygons.corners, {0, 3, 4, 5, ~6, 1, 2, 3, ~4});
+    fbx_scene scene;
+    scene.set_template({{"Lcl Rotation", {10.1, 20.2, 30.3}}});
+    const int group = scene.add_group(fbx_scene::root, "Null", {{"Lcl Scaling", {1.5, 2.0, -3.0}}});
+    scene.add_mesh(group, with_uvs(polygons, 12, {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}}),
+                   {{"GeometricTranslation", {1.0, 2.0, 3.3}}, {"InheritType", {1}}});
+    scene.add_mesh(group, with_normals(strip(4), fbx_normals("ByVertice", strip(4, 9).points)));
+
+    const loaded expected(scene);
+    ASSERT_EQ(expected.result, 1);
+    for (const fbx_encoding &encoding : all_fbx_encodings())
+    {
+        SCOPED_TRACE(std::to_string(encoding.version) + (encoding.text ? " text" : " binary"));
+        const loaded mesh(scene.write(encoding));
+        ASSERT_EQ(mesh.result, 1) << messages_of(mesh);
+        EXPECT_EQ(content_of(mesh), content_of(expected));
+    }
+}
+
+TEST(FbxImport, UvLayersAreLaidEndToEnd)
+{
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, with_uvs(strip(1), 4, {{0, 1, 2}, {3, 2, -1}}));
+    scene.add_mesh(fbx_scene::root, with_uvs(strip(1), 6, {{2, -7, 5}}));
+    scene.add_mesh(fbx_scene::root, with_uvs(strip(1), 1, {{0, 1, 2147483647}}));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    EXPECT_EQ(list_of(mesh.uv_channel_counts), (std::vector<unsigned int>{11, 4}));
+    // A negative index is the first UV of the channel, one behind the last as well.
+    EXPECT_EQ(std::vector<unsigned int>(mesh.uv_index_arrays[0], mesh.uv_index_arrays[0] + 9),
+              (std::vector<unsigned int>{0, 1, 2, 6, 0, 9, 10, 0, 0}));
+    EXPECT_EQ(std::vector<unsigned int>(mesh.uv_index_arrays[1], mesh.uv_index_arrays[1] + 9),
+              (std::vector<unsigned int>{3, 2, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_TRUE(same_bits(mesh.uv_channel_arrays[0][9], vesk_vector2(0.0f, 0.625f)));
+}
+
+TEST(FbxImport, UvIndicesThatDoNotFitFail)
+{
+    fbx_mesh_source quadrangle = strip(2);
+    quadrangle.corners = {0, 1, 2, ~3};
+    const std::vector<fbx_mesh_source> sources = {
+        with_uvs(strip(2), 4, {{0, 1, 2, 3, 0}}),       // one short
+        with_uvs(strip(2), 4, {{0, 1, 2, 3, 0, 1, 2}}), // one too many
+        with_uvs(strip(2), 4, {{}}),                    // direct
+        with_uvs(strip(1), 4, {{0, 1, 2}, {}}),         // in the second channel only
+        with_uvs(quadrangle, 4, {{0, 1, 2, 3, 0, 1}}),  // fits the triangles by chance
+        with_uvs(quadrangle, 4, {{0, 1, 2}}),
+    };
+    for (const fbx_mesh_source &source : sources)
+    {
+        fbx_scene scene;
+        scene.add_mesh(fbx_scene::root, source);
+        const loaded mesh(scene);
+        EXPECT_EQ(mesh.result, 0);
+        EXPECT_EQ(messages_of(mesh), wrong_uvs);
+    }
+}
+
+TEST(FbxImport, PolygonsKeepWhatTheirCornersHave)
+{
+    // Corner n of the mesh has UV n, and a normal that tells n as well.
+    std::mt19937 random(21);
+    fbx_mesh_source source;
+    std::vector<double> uvs, normals;
+    std::vector<int> uv_indices;
+    for (const int n : {3, 4, 5, 1, 12, 4, 2, 40, 3, 7})
+    {
+        for (int k = 0; k < n; ++k)
+        {
+            const int corner = static_cast<int>(uv_indices.size());
+            append(source.points, {static_cast<double>(random() % 999),
+                                   static_cast<double>(random() % 999), corner * 1.0});
+            source.corners.push_back(k + 1 < n ? corner : ~corner);
+            append(uvs, {static_cast<double>(corner), 0.5});
+            append(normals, {1.0, corner / 128.0, 0.0});
+            uv_indices.push_back(corner);
+        }
+    }
+    source.elements = {fbx_uvs(0, uvs, uv_indices), fbx_normals("ByPolygonVertex", normals),
+                       fbx_layer(0, {"LayerElementNormal", "LayerElementUV"})};
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, source);
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    ASSERT_EQ(mesh.index_count / 7, 1u + 2 + 3 + 10 + 2 + 38 + 1 + 5);
+    for (unsigned int t = 0; t < mesh.index_count / 7; ++t)
+    {
+        for (unsigned int k = 0; k < 3; ++k)
+        {
+            const float corner = mesh.uv_array[mesh.index_array[7 * t + 3 + k]].x;
+            const vesk_vector3 normal = corner_normal(mesh, t, k);
+            EXPECT_NEAR(corner_position(mesh, t, k).z, corner, 1e-4f);
+            EXPECT_NEAR(normal.y / -normal.x * 128.0f, corner, 1e-3f);
+        }
+    }
+}
+
+TEST(FbxImport, NormalsOfEveryMapping)
+{
+    const std::vector<double> three = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+    const std::vector<double> four = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 2};
+    const std::vector<double> six = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 1};
+    struct row
+    {
+        fbx_node element;
+        const char *axes; ///< of the six corners; points are 0 1 2 and 1 2 3
+    };
+    const std::vector<row> rows = {
+        {fbx_normals("ByPolygonVertex", six), "xyzyzz"},
+        {fbx_normals("ByPolygonVertex", three, {2, 2, 0, 1, 0, 1}), "zzxyxy"},
+        {fbx_normals("ByVertice", four), "xyzyzz"},
+        {fbx_normals("ByVertex", three, {1, 0, 2, 1}), "yxzxzy"},
+        {fbx_normals("ByPolygon", three), "xxxyyy"},
+        {fbx_normals("ByPolygon", three, {2, 0}), "zzzxxx"},
+        {fbx_normals("AllSame", three), "xxxxxx"},
+        {fbx_normals("AllSame", three, {1}), "yyyyyy"},
+    };
+    for (const row &r : rows)
+    {
+        fbx_scene scene;
+        scene.add_mesh(fbx_scene::root, with_normals(strip(2), r.element));
+        const loaded mesh(scene);
+        ASSERT_EQ(mesh.result, 1);
+        for (unsigned int i = 0; i < 6; ++i)
+        {
+            SCOPED_TRACE(std::string(r.axes) + " " + std::to_string(i));
+            expect_near(corner_normal(mesh, i / 3, i % 3), r.axes[i] == 'x' ? -1.0 : 0.0,
+                        r.axes[i] == 'y' ? 1.0 : 0.0, r.axes[i] == 'z' ? 1.0 : 0.0);
+        }
+    }
+}
+
+TEST(FbxImport, CornersWithoutUsableNormalFaceAsTheirPolygon)
+{
+    const double not_a_number = std::numeric_limits<double>::quiet_NaN();
+    fbx_mesh_source source;
+    source.points = {0, 0, 0, 4, 0, 0, 4, 4, 0, 0, 4, 0};
+    source.corners = {0, 1, 2, ~3};
+    const std::vector<fbx_mesh_source> sources = {
+        source,
+        with_normals(source, fbx_normals("ByPolygonVertex", {})),
+        with_normals(source, fbx_normals("NoMappingInformation", {1, 0, 0})),
+        with_normals(source,
+                     fbx_normals("ByPolygonVertex", {1, 0, 0}, {-1, 1, 5, -2147483647 - 1})),
+    };
+    fbx_scene scene;
+    for (const fbx_mesh_source &s : sources)
+        scene.add_mesh(fbx_scene::root, s);
+    scene.add_mesh(fbx_scene::root,
+                   with_normals(source, fbx_normals("AllSame", {not_a_number, 0, 0})));
+    fbx_encoding binary;
+    const loaded mesh(scene.write(binary));
+    ASSERT_EQ(mesh.result, 1);
+    ASSERT_EQ(mesh.vertex_count, 20u);
+    for (unsigned int v = 0; v < mesh.vertex_count; ++v)
+        expect_near(mesh.vertex_array[v].normal, 0.0, 0.0, 1.0);
+}
+
+TEST(FbxImport, VerticesAreSharedByPointAndBits)
+{
+    fbx_scene scene;
+    const std::vector<double> up = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1};
+    scene.add_mesh(fbx_scene::root, with_normals(strip(2), fbx_normals("ByVertice", up)));
+    scene.add_mesh(fbx_scene::root, with_normals(strip(2), fbx_normals("ByVertice", up)));
+    scene.add_mesh(
+        fbx_scene::root,
+        with_normals(strip(2), fbx_normals("ByPolygonVertex", {0, 0, 1, 0, 1e-60, 1, 0, 0, 1, //
+                                                               0, -1e-60, 1, 1, 0, 0, 0, 0, 1})));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    // Four each in the first two, though they are equal; six where the normals differ in bits:
+    // one pair by the sign of a zero, to which float rounds 1e-60.
+    EXPECT_EQ(mesh.vertex_count, 4u + 4 + 6);
+}
+
+TEST(FbxImport, ManyVerticesOfOnePointAreFound)
+{
+    // Cone tips: one point with a normal for each of its sides, each used by two corners.
+    const int side_count = 3000;
+    fbx_mesh_source cone;
+    std::vector<double> normals;
+    cone.points = {0, 0, 5};
+    for (int i = 0; i < side_count; ++i)
+    {
+        append(cone.points, {std::cos(i * 0.002), std::sin(i * 0.002), 0.0});
+        append(cone.corners, {0, 1 + i, ~(1 + (i + 1) % side_count)});
+        for (int k = 0; k < 3; ++k)
+            append(normals, {1.0, i / 2 / 4096.0, 0.25});
+    }
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, with_normals(cone, fbx_normals("ByPolygonVertex", normals)));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    std::set<std::tuple<unsigned int, float>> expected; // point, normal
+    for (unsigned int t = 0; t < mesh.index_count / 7; ++t)
+    {
+        const float slope = corner_normal(mesh, t, 0).y;
+        for (const unsigned int point :
+             {0u, 1 + t, 1 + (t + 1) % static_cast<unsigned int>(side_count)})
+            expected.insert({point, slope});
+        const unsigned int partner = t - t % 2;
+        EXPECT_EQ(mesh.index_array[7 * t], mesh.index_array[7 * partner]);
+    }
+    EXPECT_EQ(mesh.vertex_count, expected.size());
+}
+
+TEST(FbxImport, NodesWithoutAttributeHideWhatIsBelow)
+{
+    for (const bool visible : {true, false})
+    {
+        fbx_scene scene;
+        const int group = scene.add_group(fbx_scene::root, visible ? "Camera" : "");
+        const int below = scene.add_mesh(scene.add_group(group, "Light"), strip(1));
+        scene.add_mesh(below, strip(2));
+        scene.add_mesh(group, strip(3));
+        for (const fbx_encoding &encoding : all_fbx_encodings())
+        {
+            const loaded mesh(scene.write(encoding));
+            EXPECT_EQ(mesh.result, visible ? 1 : 0);
+            EXPECT_EQ(messages_of(mesh), visible ? "" : no_meshes);
+            const std::vector<unsigned int> pairs = {0, 1, 7, 2, 21, 3};
+            EXPECT_EQ(list_of(mesh.subset_lookup_table),
+                      visible ? pairs : std::vector<unsigned int>());
+        }
+    }
+}
+
+TEST(FbxImport, MeshesWithoutPolygonsCountAsSubsets)
+{
+    fbx_mesh_source points = strip(2);
+    points.corners = {0, ~1, ~2}; // an edge and a point
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, with_uvs({}, 3, {{}}));
+    {
+        const loaded mesh(scene);
+        EXPECT_EQ(mesh.result, 1);
+        EXPECT_EQ(mesh.is_valid(), 0);
+        EXPECT_EQ(mesh.vertex_count + mesh.index_count, 0u);
+        EXPECT_EQ(list_of(mesh.uv_channel_counts), std::vector<unsigned int>{3});
+        EXPECT_GT(mesh.bounding_box_min.x, mesh.bounding_box_max.x);
+    }
+    scene.add_mesh(fbx_scene::root, strip(2));
+    scene.add_mesh(fbx_scene::root, points);
+    const loaded mesh(scene);
+    EXPECT_EQ(mesh.result, 1);
+    EXPECT_EQ(list_of(mesh.subset_lookup_table), (std::vector<unsigned int>{0, 0, 0, 2, 14, 0}));
+}
+
+TEST(FbxImport, NormalsFollowScaledAndMirroredNodes)
+{
+    // The plane x + y + z = 1 under a scale of (-2, 3, 1): its normal goes by the reciprocals.
+    fbx_mesh_source plane;
+    plane.points = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+    plane.corners = {0, 1, ~2};
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, with_normals(plane, fbx_normals("AllSame", {5, 5, 5})),
+                   {{"Lcl Scaling", {-2, 3, 1}}});
+    scene.add_mesh(fbx_scene::root, with_normals(plane, fbx_normals("AllSame", {0, 0, 9})),
+                   {{"Lcl Scaling", {1, 0, 1}}}); // flat: no inverse
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    const double x = -1.0 / 2, y = 1.0 / 3, z = 1.0, length = std::sqrt(x * x + y * y + z * z);
+    expect_near(corner_normal(mesh, 0, 1), -x / length, y / length, z / length);
+    expect_near(corner_position(mesh, 0, 0), 2.0, 0.0, 0.0); // the corner order stays
+    expect_near(corner_position(mesh, 0, 1), 0.0, 3.0, 0.0);
+    for (unsigned int v = 0; v < mesh.vertex_count; ++v)
+        EXPECT_TRUE(std::isfinite(mesh.vertex_array[v].normal.z));
+}
+
+TEST(FbxImport, FailuresEmptyTheMesh)
+{
+    fbx_scene good;
+    good.add_mesh(fbx_scene::root, strip(2));
+    std::string cut = good.write(fbx_encoding());
+    cut.resize(cut.size() / 2);
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"", "Failed to initialize FBX importer."},
+        {"prose, and no scene of any kind\n", "Failed to initialize FBX importer."},
+        {"# made by hand\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n",
+         "Failed to import FBX. Not a valid FBX file."},
+        {cut, "Failed to import FBX. Import(fbx_scene) failed."},
+        {fbx_scene().write(fbx_text_74()), no_meshes},
+    };
+    vesk_mesh mesh;
+    for (const auto &[bytes, message] : rows)
+    {
+        ASSERT_EQ(load_fbx(mesh, good), 1);
+        const int result = load_fbx(mesh, bytes);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(messages_of(mesh), message);
+        expect_sound(mesh, result);
+    }
+    EXPECT_EQ(mesh.load_from_file(L"no such folder/no such file.fbx"), 0);
+    EXPECT_EQ(mesh.load_from_file(std::wstring(70000, L'x').c_str()), 0);
+    EXPECT_EQ(messages_of(mesh), "Failed to initialize FBX importer.");
+    mesh.free();
+}
+
+TEST(FbxImport, PathsMayHoldAnyCharacter)
+{
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, strip(2));
+    const std::string bytes = scene.write(fbx_text_74());
+    const temp_file file(u8"\u00e9\u4e2d\U0001F600.fbx", L"\u00e9\u4e2d\U0001F600.fbx");
+    file.set_bytes(byte_vector(bytes.begin(), bytes.end()));
+    vesk_mesh mesh;
+    EXPECT_EQ(mesh.load_from_file(file.wide()), 1);
+    mesh.free();
+}
+
+TEST(FbxImport, NothingCarriesOver)
+{
+    fbx_scene scene, other;
+    scene.add_mesh(fbx_scene::root, strip(20));
+    other.add_mesh(fbx_scene::root, strip(50, 3));
+    vesk_mesh mesh;
+    ASSERT_EQ(load_fbx(mesh, scene), 1);
+    const std::string first = content_of(mesh);
+
+    // On a mesh that borrows, too: what is borrowed is let go.
+    vesk_mesh borrower;
+    borrower.vertex_array = mesh.vertex_array;
+    borrower.uv_array = mesh.uv_array;
+    borrower.index_array = mesh.index_array;
+    borrower.instance_geometry = 1;
+    ASSERT_EQ(load_fbx(borrower, other), 1);
+    EXPECT_EQ(borrower.instance_geometry, 0);
+    ASSERT_EQ(load_fbx(borrower, scene), 1);
+    EXPECT_EQ(content_of(borrower), first);
+    EXPECT_EQ(content_of(mesh), first);
+    borrower.free();
+    mesh.free();
+}
+
+TEST(FbxImport, EveryAllocationMayFail)
+{
+    fbx_mesh_source polygon = with_uvs(strip(3), 5, {{0, 1, 2, 3, 4}});
+    polygon.corners = {0, 1, 2, 3, ~4};
+    fbx_scene scene;
+    const int parent = scene.add_mesh(fbx_scene::root, polygon);
+    scene.add_instance(scene.add_group(parent), parent);
+    temp_file file;
+    const std::string bytes = scene.write(fbx_encoding());
+    file.set_bytes(byte_vector(bytes.begin(), bytes.end()));
+
+    vesk_mesh mesh;
+    ASSERT_EQ(mesh.load_from_file(file.wide()), 1);
+    const std::string expected = content_of(mesh);
+    mesh.free();
+    std::set<std::string> messages;
+    int thrown = 0;
+    for (int nth = 0, failed = 1; failed; ++nth)
+    {
+        SCOPED_TRACE(nth);
+        std::string message(200, ' ');
+        const long long live_before = live_allocations(); // the bucket table keeps its storage
+        int result = -1;
+        fail_allocation(nth);
+        try
+        {
+            result = mesh.load_from_file(file.wide());
+        }
+        catch (const std::bad_alloc &)
+        {
+            ++thrown;
+            EXPECT_EQ(mesh.index_count + mesh.error_stack.count, 0u);
+        }
+        failed = allocation_failed();
+        EXPECT_TRUE(failed || result == 1);
+        EXPECT_TRUE(result != 1 || content_of(mesh) == expected);
+        if (result == 0)
+        {
+            expect_sound(mesh, 0);
+            message = messages_of(mesh);
+        }
+        mesh.free();
+        EXPECT_EQ(live_allocations(), live_before);
+        messages.insert(message);
+    }
+    EXPECT_GT(thrown, 0); // the working arrays
+    for (const char *part :
+         {"mesh index array.", "mesh uv array.", "mesh uv index array.", "mesh vertex array."})
+        EXPECT_EQ(
+            messages.count(std::string("Memory Allocation Error: Failed to allocate ") + part), 1u);
+}
+} // namespace
