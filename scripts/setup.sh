@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and checking vesk needs.
-# Quiet when nothing is missing. Usage: scripts/setup.sh [build|examples|test|check|all]   (default: all)
+# Quiet when nothing is missing. Usage: scripts/setup.sh [build|examples|test|check|platforms|all]   (default: all)
 set -euo pipefail
 
 build_packages=(g++ cmake make pkg-config liblz4-dev libdeflate-dev)
@@ -8,6 +8,8 @@ example_packages=(libpng-dev)
 test_packages=(libgtest-dev)
 check_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev libbenchmark-dev
     doxygen libeigen3-dev)
+platform_packages=(clang-14 g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu
+    g++-mingw-w64-x86-64-posix qemu-user wine64 googletest dpkg-dev)
 
 case "${1:-all}" in
     build) wanted=("${build_packages[@]}") ;;
@@ -17,8 +19,9 @@ case "${1:-all}" in
         wanted=("${build_packages[@]}" "${example_packages[@]}" "${test_packages[@]}"
             "${check_packages[@]}")
         ;;
+    platforms) wanted=("${build_packages[@]}" "${test_packages[@]}" "${platform_packages[@]}") ;;
     *)
-        echo "usage: scripts/setup.sh [build|examples|test|check|all]" >&2
+        echo "usage: scripts/setup.sh [build|examples|test|check|platforms|all]" >&2
         exit 2
         ;;
 esac
