@@ -158,20 +158,30 @@ public:
     ///   - "Memory Allocation Error: Failed to allocate mesh tangent array."
     int create(const vesk_mesh &other);
 
-    /// Reads a mesh from a file that `save_binary` wrote, of this version or any older one.
+    /// Reads a mesh from a file that `save_binary` wrote, of this version or any older one. The
+    /// bounding box is the file's. Older files hold one channel; `cur_uv_channel` is then 0.
     ///
-    /// The file is not trusted: counts are held against its size before anything is allocated.
-    /// Vertex and UV indexes are not checked; `vesk_mesh_validate` does that.
+    /// The file is not trusted: its counts together are held against its size before anything is
+    /// allocated, with 255 bytes for a compressed one. Vertex and UV indexes are not checked;
+    /// `vesk_mesh_validate` does that. Bytes behind the mesh are ignored. Pipes and devices, whose
+    /// size cannot be told, are refused like a file that ends early.
     ///
+    /// @param path as for `save_binary`
     /// @return 1, or 0 with an empty mesh and one message:
     ///   - "Failed to open file."
-    ///   - "Failed to read file.": the file ends early or claims more than it holds
+    ///   - "Failed to read file.": the file ends early or claims more than it can hold
     ///   - "Memory Allocation Error: Failed allocate vertex array.", "... uv array.",
-    ///     "... uv index array.", "... index array.", "... tangent array."
+    ///     "... uv index array.", "... index array.", "... tangent array." The lists of channels
+    ///     count as their arrays, and the subset table as the index array.
     ///
-    ///   or 0 with a mesh that is half loaded (`is_valid` gives 0; `free` or refill it):
+    ///   or 0 with a mesh that is half loaded (`is_valid` gives 0; `free` or refill it): all
+    ///   arrays are there, what was read stays in them, and the rest is zero:
     ///   - "Compression Error: Failed to decompress vertices from file.", "... uv arrays ...",
     ///     "... uv index arrays ...", "... indices ...", "... tangents ..."
+    ///
+    /// A compressed section that yields less than its count says is no failure; its rest is zero.
+    /// Cost: one read for each section into storage that is not cleared before, and one pass over
+    /// the records for the current channel. Compressed, 2 MiB more memory while it reads.
     int load_binary(const wchar_t *path);
 
     /// Reads the scene of an FBX file: every mesh node becomes one subset, positions and normals
@@ -290,16 +300,23 @@ public:
     /// @name Binary mesh file
     /// @{
 
-    /// Writes the mesh at `path`, little-endian, version 1.0.5; `compress` other than 0 passes
-    /// the large sections through the chunk stream. Render index and trees are not stored, and
-    /// neither are borrowed UVs.
+    /// Writes the mesh at `path`, little-endian, version 1.0.5. Render index and trees are not
+    /// stored, and neither are borrowed UVs. A vertex, record or tangent array that is null has a
+    /// count of 0 in the file, and an odd last word of the subset table is left out.
     ///
-    /// @return 1, or 0 with one message (the partial file stays on disk):
+    /// @param path Unicode in the system's wide form; where the system has no wide paths it gets
+    ///   UTF-8, whatever the locale. A path that is not valid Unicode does not open. An existing
+    ///   file is overwritten.
+    /// @param compress other than 0: the large sections pass through the chunk stream. Stored as
+    ///   it is.
+    /// @return 1, or 0 with one message more (the partial file stays on disk):
     ///   - "Failed to open file."
     ///   - "Compression Error: Failed to compress vertices to file.", "... uv arrays ...",
     ///     "... uv indices ...", "... indices ...", "... tangents ..."
     ///
-    /// Results of plain writes are not examined.
+    /// Results of plain writes are not examined: a full disk gives 1. A compressed file with an
+    /// empty vertex, record or channel array is written and cannot be loaded.
+    /// Cost: one write for each section. Compressed, 2 MiB of memory while it writes.
     int save_binary(const wchar_t *path, int compress);
 
     /// @}
