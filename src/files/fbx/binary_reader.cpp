@@ -4,6 +4,7 @@
 #include "files/fbx/byte_order.h"
 #include "files/fbx/format.h"
 #include "files/fbx/record_arena.h"
+#include "files/fbx/record_filter.h"
 
 #include <vector>
 

@@ -2,6 +2,7 @@
 
 #include "files/fbx/number.h"
 #include "files/fbx/record_arena.h"
+#include "files/fbx/record_filter.h"
 #include "files/fbx/text_scan.h"
 
 #include <cstring>
