@@ -1,0 +1,400 @@
+#include "support/bits.h"
+#include "support/failing_new.h"
+#include "support/plain_query.h"
+#include "support/soup.h"
+
+namespace
+{
+constexpr float largest_float = std::numeric_limits<float>::max();
+
+struct hit_lists
+{
+    vesk_list<float> distances;
+    vesk_list<vesk_octree_triangle_s *> triangles;
+    vesk_list<vesk_vector2> barycentrics;
+};
+
+struct closest_hit
+{
+    float distance = -7.0f;
+    vesk_octree_triangle_s triangle = {};
+    vesk_vector2 barycentric = vesk_vector2(-1.0f, -2.0f);
+};
+
+int ask_any(const vesk_mesh &mesh, const plain::question &q)
+{
+    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
+    float *minimum = q.minimum_distance ? &limit : nullptr;
+    return q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, minimum)
+                     : mesh.is_ray_intersect(q.origin, q.direction, minimum);
+}
+
+int ask_all(const vesk_mesh &mesh, const plain::question &q, hit_lists &hits)
+{
+    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
+    float *minimum = q.minimum_distance ? &limit : nullptr;
+    return q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, hits.distances,
+                                              hits.triangles, hits.barycentrics, minimum)
+                     : mesh.is_ray_intersect(q.origin, q.direction, hits.distances, hits.triangles,
+                                             hits.barycentrics, minimum);
+}
+
+int ask_closest(const vesk_mesh &mesh, const plain::question &q, closest_hit &hit)
+{
+    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
+    float *minimum = q.minimum_distance ? &limit : nullptr;
+    return q.is_line ? mesh.is_line_intersect_closest(q.origin, q.direction, q.length, hit.distance,
+                                                      hit.triangle, hit.barycentric, minimum)
+                     : mesh.is_ray_intersect_closest(q.origin, q.direction, hit.distance,
+                                                     hit.triangle, hit.barycentric, minimum);
+}
+
+template <typename T> bool same_value(const T *a, const T *b)
+{
+    return a == b;
+}
+
+bool same_value(float a, float b)
+{
+    return same_bits(a, b);
+}
+
+bool same_value(const vesk_vector2 &a, const vesk_vector2 &b)
+{
+    return same_bits(a, b);
+}
+
+template <typename T> bool same_list(const vesk_list<T> &a, const vesk_list<T> &b)
+{
+    if (a.count != b.count || a.size != b.size)
+        return false;
+    for (unsigned int i = 0; i < a.count; ++i)
+        if (!same_value(a[i], b[i]))
+            return false;
+    return true;
+}
+
+/// Puts one question in all three forms to the library and to the plain walk. Returns the number
+/// of hits, so that a test can tell that it asked something.
+unsigned int compare(const vesk_mesh &mesh, const plain::question &q)
+{
+    const int any = ask_any(mesh, q);
+    EXPECT_EQ(any, plain::any(mesh, q));
+
+    hit_lists hits, plain_hits;
+    hits.distances.push_back(3.0f);
+    plain_hits.distances.push_back(3.0f);
+    EXPECT_EQ(ask_all(mesh, q, hits), any);
+    EXPECT_EQ(
+        plain::all(mesh, q, plain_hits.distances, plain_hits.triangles, plain_hits.barycentrics),
+        any);
+    EXPECT_TRUE(same_list(hits.distances, plain_hits.distances));
+    EXPECT_TRUE(same_list(hits.triangles, plain_hits.triangles));
+    EXPECT_TRUE(same_list(hits.barycentrics, plain_hits.barycentrics));
+
+    closest_hit closest, plain_closest;
+    EXPECT_EQ(ask_closest(mesh, q, closest), any);
+    EXPECT_EQ(plain::closest(mesh, q, plain_closest.distance, plain_closest.triangle,
+                             plain_closest.barycentric),
+              any);
+    EXPECT_TRUE(same_bits(closest.distance, plain_closest.distance));
+    EXPECT_EQ(std::memcmp(&closest.triangle, &plain_closest.triangle, sizeof(closest.triangle)), 0);
+    EXPECT_TRUE(same_bits(closest.barycentric, plain_closest.barycentric));
+    return hits.triangles.count;
+}
+
+/// A direction of a kind drawn by lot; now and then one that is no direction at all.
+vesk_vector3 draw_direction(dice &random)
+{
+    vesk_vector3 direction = random.point(1.0f);
+    switch (random.below(8))
+    {
+    case 0:
+        direction = vesk_vector3();
+        direction[random.below(3)] = random.below(2) ? 1.0f : -2.0f;
+        break;
+    case 1:
+        direction[random.below(3)] = random.below(2) ? 0.0f : -0.0f;
+        break;
+    case 2:
+        direction = direction * (random.below(2) ? 1.0e-39f : 1.0e19f);
+        break;
+    case 3:
+        direction[random.below(3)] = random.special();
+        break;
+    case 4:
+        direction = vesk_vector3(1.0f, 1.0f, random.below(2) ? 1.0f : 0.0f);
+        break;
+    default:
+        break;
+    }
+    return direction;
+}
+
+vesk_vector3 draw_origin(soup &s)
+{
+    dice &random = s.random;
+    switch (random.below(6))
+    {
+    case 0: // a corner of the mesh
+        return s.vertices[random.below(s.mesh.vertex_count)].position;
+    case 1: // the middle of an edge
+        return (s.vertices[0].position + s.vertices[1].position) * 0.5f;
+    case 2: // on the grid
+        return vesk_vector3(static_cast<float>(random.below(5)) * 0.5f - 1.0f,
+                            static_cast<float>(random.below(5)) * 0.5f - 1.0f, -3.0f);
+    case 3:
+    {
+        vesk_vector3 origin = random.point(1.0f);
+        origin[random.below(3)] = random.special();
+        return origin;
+    }
+    case 4:
+        return random.point(10.0f);
+    default:
+        return random.point(1.0f);
+    }
+}
+
+/// Many questions; limits lie exactly on parameters that the mesh gives.
+unsigned int compare_many(soup &s, unsigned int ray_count)
+{
+    unsigned int hit_count = 0;
+    for (unsigned int i = 0; i < ray_count && !testing::Test::HasFailure(); ++i)
+    {
+        SCOPED_TRACE(testing::Message() << "ray " << i);
+        const vesk_vector3 origin = draw_origin(s);
+        const vesk_vector3 direction =
+            s.random.below(4) ? draw_direction(s.random)
+                              : s.vertices[s.random.below(s.mesh.vertex_count)].position - origin;
+        plain::question ray{origin, direction, 0, 0.0f, nullptr};
+        plain::question line{origin, direction, 1, s.random.between(-1.0f, 3.0f), nullptr};
+        hit_count += compare(s.mesh, ray) + compare(s.mesh, line);
+
+        hit_lists hits;
+        ask_all(s.mesh, ray, hits);
+        float limit = hits.distances.count ? hits.distances[s.random.below(hits.distances.count)]
+                                           : s.random.special();
+        ray.minimum_distance = &limit;
+        line.minimum_distance = &limit;
+        line.length = limit;
+        hit_count += compare(s.mesh, ray) + compare(s.mesh, line);
+        limit = s.random.below(2) ? 0.0f : s.random.special();
+        line.length = s.random.below(2) ? 2.0f : s.random.special();
+        hit_count += compare(s.mesh, ray) + compare(s.mesh, line);
+    }
+    return hit_count;
+}
+
+/// One triangle in the plane z = 1, under a root that is a little larger.
+class one_triangle : public testing::Test
+{
+protected:
+    one_triangle() : s(soup_kind::scattered, 1, 1)
+    {
+        s.vertices[0].position = vesk_vector3(0.0f, 0.0f, 1.0f);
+        s.vertices[1].position = vesk_vector3(1.0f, 0.0f, 1.0f);
+        s.vertices[2].position = vesk_vector3(0.0f, 1.0f, 1.0f);
+        root.box.min = vesk_vector3(-0.5f, -0.5f, 0.5f);
+        root.box.max = vesk_vector3(1.5f, 1.5f, 1.5f);
+        root.triangles.push_back(s.record(0));
+        s.mesh.octree = &root;
+        s.mesh.instance_octree = 1;
+    }
+
+    soup s;
+    vesk_octree_node_s root;
+    const vesk_vector3 up = vesk_vector3(0.0f, 0.0f, 1.0f);
+};
+using OctreeQueryOneTriangle = one_triangle;
+} // namespace
+
+TEST(OctreeQuery, HostBuiltTreesOfAnyShapeGiveThePlainWalksAnswers)
+{
+    for (soup_kind kind : all_soup_kinds)
+        for (unsigned int seed = 0; seed < 12; ++seed)
+        {
+            SCOPED_TRACE(testing::Message()
+                         << "kind " << static_cast<int>(kind) << ", seed " << seed);
+            soup s(kind, 5 + seed * 9, seed);
+            s.lend_random_tree(seed % 4);
+            EXPECT_GT(compare_many(s, 150), 0u);
+        }
+}
+
+TEST(OctreeQuery, BoxTestIsThePlainOne)
+{
+    dice random(5);
+    int met = 0;
+    for (int i = 0; i < 200000; ++i)
+    {
+        vesk_octree_aa_bounding_box_s box;
+        const bool gridded = random.below(2) != 0;
+        vesk_vector3 origin = random.point(2.0f), direction = draw_direction(random);
+        box.min = random.point(1.0f);
+        box.max = box.min + random.point(1.0f);
+        for (unsigned int axis = 0; gridded && axis < 3; ++axis)
+        {
+            box.min[axis] = static_cast<float>(random.below(2)) * 0.5f - 1.0f;
+            box.max[axis] = static_cast<float>(random.below(2)) * 0.5f + 0.5f;
+            origin[axis] = static_cast<float>(random.below(9)) * 0.5f - 2.0f;
+            direction[axis] = static_cast<float>(random.below(3)) - 1.0f;
+        }
+        if (random.below(16) == 0)
+            (random.below(2) ? box.min : origin)[random.below(3)] = random.special();
+        const int answer = box.intersect_ray(origin, direction);
+        ASSERT_EQ(answer, plain::box_meets_ray(box, origin, direction)) << i;
+        met += answer;
+    }
+    EXPECT_GT(met, 10000);
+    EXPECT_LT(met, 180000);
+}
+
+TEST(OctreeQuery, WithoutATreeNothingIsHitAndNoneButDistanceIsWritten)
+{
+    const vesk_mesh mesh;
+    const plain::question ray{vesk_vector3(), vesk_vector3(1.0f, 0.0f, 0.0f), 0, 0.0f, nullptr};
+    plain::question line = ray;
+    line.is_line = 1;
+    line.length = 1.0f;
+    for (const plain::question &q : {ray, line})
+    {
+        hit_lists hits;
+        closest_hit closest;
+        EXPECT_EQ(ask_any(mesh, q), 0);
+        EXPECT_EQ(ask_all(mesh, q, hits), 0);
+        EXPECT_EQ(hits.distances.size + hits.triangles.size + hits.barycentrics.size, 0u);
+        EXPECT_EQ(ask_closest(mesh, q, closest), 0);
+        EXPECT_EQ(closest.distance, largest_float);
+        EXPECT_EQ(closest.barycentric.x, -1.0f);
+        EXPECT_EQ(closest.triangle.record_offset, 0u);
+    }
+}
+
+TEST_F(OctreeQueryOneTriangle, ARayFoldsItsParameterAndALineKeepsTheSign)
+{
+    const vesk_vector3 above(0.25f, 0.25f, 1.25f);
+    float zero = 0.0f, distance;
+    vesk_octree_triangle_s triangle;
+    vesk_vector2 weights;
+    EXPECT_EQ(s.mesh.is_ray_intersect_closest(above, up, distance, triangle, weights, nullptr), 1);
+    EXPECT_EQ(distance, 0.25f);
+    EXPECT_EQ(weights.x, 0.25f);
+    EXPECT_EQ(weights.y, 0.25f);
+    EXPECT_EQ(
+        s.mesh.is_line_intersect_closest(above, up, 9.0f, distance, triangle, weights, nullptr), 1);
+    EXPECT_EQ(distance, -0.25f);
+    EXPECT_EQ(s.mesh.is_ray_intersect(above, up, &zero), 1);
+    EXPECT_EQ(s.mesh.is_line_intersect(above, up, 9.0f, &zero), 0);
+    EXPECT_EQ(s.mesh.is_line_intersect(above, up, 0.0f, nullptr), 1);
+}
+
+TEST_F(OctreeQueryOneTriangle, LimitsAreInclusive)
+{
+    const vesk_vector3 below(0.25f, 0.25f, 0.0f);
+    float one = 1.0f, more = std::nextafter(1.0f, 2.0f);
+    EXPECT_EQ(s.mesh.is_line_intersect(below, up, 1.0f, &one), 1);
+    EXPECT_EQ(s.mesh.is_line_intersect(below, up, std::nextafter(1.0f, 0.0f), nullptr), 0);
+    EXPECT_EQ(s.mesh.is_ray_intersect(below, up, &one), 1);
+    EXPECT_EQ(s.mesh.is_ray_intersect(below, up, &more), 0);
+    EXPECT_EQ(s.mesh.is_line_intersect(below, up, 0.0f, nullptr), 0);
+    EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(0.0f, 0.5f, 0.0f), up, nullptr), 1);
+    EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(1.0f, 0.0f, 0.0f), up, nullptr), 1);
+    EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(0.25f, 0.25f, 1.0f), up, nullptr), 1);
+    EXPECT_EQ(s.mesh.is_ray_intersect(below, vesk_vector3(), nullptr), 0);
+    EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(-1.0f, 0.25f, 1.0f),
+                                      vesk_vector3(1.0f, 0.0f, 0.0f), nullptr),
+              0);
+}
+
+TEST_F(OctreeQueryOneTriangle, RepeatsStayAndTheFirstOfEqualsLeads)
+{
+    // The same corners under a second record, and both records again in a child.
+    s.words.insert(s.words.end(), {0, 1, 2, 9, 9, 9, 7});
+    root.triangles[0] = s.record(1);
+    vesk_octree_node_s child;
+    child.box = root.box;
+    child.triangles.push_back(s.record(0));
+    child.triangles.push_back(s.record(1));
+    root.children[3] = &child;
+
+    const plain::question ray{vesk_vector3(0.25f, 0.25f, 0.0f), up, 0, 0.0f, nullptr};
+    hit_lists hits;
+    closest_hit closest;
+    EXPECT_EQ(ask_all(s.mesh, ray, hits), 1);
+    EXPECT_EQ(ask_all(s.mesh, ray, hits), 1);
+    ASSERT_EQ(hits.triangles.count, 6u);
+    EXPECT_EQ(hits.distances.size, 8u);
+    EXPECT_EQ(hits.triangles[3], s.record(1));
+    EXPECT_EQ(hits.triangles[4], s.record(0));
+    EXPECT_EQ(hits.triangles[5], s.record(1));
+    EXPECT_EQ(ask_closest(s.mesh, ray, closest), 1);
+    EXPECT_EQ(closest.triangle.record_offset, 7u);
+}
+
+TEST_F(OctreeQueryOneTriangle, PositionsAreThoseOfTheMomentAndBoxesThoseOfTheTree)
+{
+    const vesk_vector3 below(0.25f, 0.25f, 0.0f);
+    for (vesk_3d_vertex_s &vertex : s.vertices)
+        vertex.position.z = 5.0f;
+    closest_hit closest;
+    EXPECT_EQ(ask_closest(s.mesh, {below, up, 0, 0.0f, nullptr}, closest), 1);
+    EXPECT_EQ(closest.distance, 5.0f);
+    for (vesk_3d_vertex_s &vertex : s.vertices)
+        vertex.position.x += 5.0f;
+    EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(5.25f, 0.25f, 0.0f), up, nullptr), 0);
+}
+
+TEST_F(OctreeQueryOneTriangle, ListsStayParallelWhenMemoryIsShort)
+{
+    vesk_octree_node_s child;
+    child.box = root.box;
+    for (int i = 0; i < 10; ++i)
+        child.triangles.push_back(s.record(0));
+    root.children[0] = &child;
+    const plain::question ray{vesk_vector3(0.25f, 0.25f, 0.0f), up, 0, 0.0f, nullptr};
+    for (int nth = 0;; ++nth)
+    {
+        SCOPED_TRACE(nth);
+        hit_lists hits;
+        fail_allocation(nth);
+        EXPECT_EQ(ask_all(s.mesh, ray, hits), 1);
+        const bool failed = allocation_failed();
+        EXPECT_EQ(hits.distances.count, failed ? 10u : 11u);
+        EXPECT_EQ(hits.triangles.count, hits.distances.count);
+        EXPECT_EQ(hits.barycentrics.count, hits.distances.count);
+        for (unsigned int i = 0; i < hits.triangles.count; ++i)
+            EXPECT_TRUE(hits.triangles[i] == s.record(0) && hits.distances[i] == 1.0f &&
+                        hits.barycentrics[i].x == 0.25f);
+        if (!failed)
+            break;
+    }
+}
+
+TEST_F(OctreeQueryOneTriangle, DeepTreesAreWalkedWithoutTheHeap)
+{
+    // A chain with a second child on every level, which is visited after everything below it.
+    constexpr unsigned int depth = 5000;
+    std::vector<vesk_octree_node_s> chain(depth), side(depth);
+    vesk_octree_node_s *parent = &root;
+    for (unsigned int level = 0; level < depth; ++level)
+    {
+        chain[level].box = side[level].box = root.box;
+        side[level].triangles.push_back(s.record(0));
+        parent->children[2] = &chain[level];
+        parent->children[6] = &side[level];
+        parent = &chain[level];
+    }
+    chain.back().triangles.push_back(s.record(0));
+
+    const plain::question ray{vesk_vector3(0.25f, 0.25f, 0.0f), up, 0, 0.0f, nullptr};
+    hit_lists hits;
+    closest_hit closest;
+    EXPECT_EQ(ask_all(s.mesh, ray, hits), 1);
+    EXPECT_EQ(hits.triangles.count, depth + 2);
+    fail_allocation(-1);
+    EXPECT_EQ(ask_closest(s.mesh, ray, closest), 1);
+    EXPECT_EQ(ask_any(s.mesh, ray), 1);
+    EXPECT_EQ(allocations_seen(), 0);
+    compare(s.mesh, ray);
+}
