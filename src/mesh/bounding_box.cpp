@@ -1,5 +1,7 @@
 #include "vesk/mesh.h"
 
+#include "mesh/vertex_lanes.h"
+
 #include <cfloat>
 
 void vesk_mesh::calculate_bounding_box()
@@ -15,22 +17,18 @@ void vesk_mesh::get_bounding_box(vesk_vector3 &min_corner, vesk_vector3 &max_cor
 
 void vesk_mesh::___calculate_min_max_bounding_box()
 {
-    // Kept in locals: through the fields the compiler would store after every vertex.
-    vesk_vector3 low(FLT_MAX, FLT_MAX, FLT_MAX);
-    vesk_vector3 high(-FLT_MAX, -FLT_MAX, -FLT_MAX);
+    // The fourth lane is the x of the normal, which nobody reads. Vertex by vertex, so that the
+    // first of two zeros of different sign stands; the comparisons are false for a NaN.
+    vesk_float4 low = vesk_splat4(FLT_MAX);
+    vesk_float4 high = vesk_splat4(-FLT_MAX);
     // An instance may hold a count and no vertices: what it borrows is not examined.
-    const unsigned int known_count = vertex_array ? vertex_count : 0;
-    for (unsigned int v = 0; v < known_count; ++v)
+    const std::size_t known_count = vertex_array ? vertex_count : 0;
+    for (std::size_t v = 0; v < known_count; ++v)
     {
-        const vesk_vector3 &p = vertex_array[v].position;
-        // The comparisons are false for a NaN, which so never enters the box.
-        low.x = p.x < low.x ? p.x : low.x;
-        low.y = p.y < low.y ? p.y : low.y;
-        low.z = p.z < low.z ? p.z : low.z;
-        high.x = p.x > high.x ? p.x : high.x;
-        high.y = p.y > high.y ? p.y : high.y;
-        high.z = p.z > high.z ? p.z : high.z;
+        const vesk_float4 position = vesk_load4(vesk_floats_of(vertex_array[v]));
+        low = vesk_min4(position, low);
+        high = vesk_max4(position, high);
     }
-    bounding_box_min = low;
-    bounding_box_max = high;
+    bounding_box_min = vesk_vector3(low[0], low[1], low[2]);
+    bounding_box_max = vesk_vector3(high[0], high[1], high[2]);
 }

@@ -10,6 +10,6 @@
 ///   every UV word is 0 then
 const unsigned int *vesk_select_uv_channel(vesk_mesh &mesh, unsigned int channel);
 
-/// Copies records with their UV words taken from `uv_indices`, null for zeros.
+/// Copies records with their UV words taken from `uv_indices`, null for zeros. `to` may be `from`.
 void vesk_copy_records(unsigned int *to, const unsigned int *from, std::size_t triangle_count,
                        const unsigned int *uv_indices);

@@ -1,13 +1,19 @@
 #include "support/mesh_builder.h"
 
-#include "support/bits.h"
-
 #include <cmath>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
 namespace
 {
+float from_bits(std::uint32_t bits)
+{
+    float value;
+    std::memcpy(&value, &bits, sizeof(value));
+    return value;
+}
+
 vesk_vector3 unit_length(const vesk_vector3 &v)
 {
     const double length = std::sqrt(double(v.x) * double(v.x) + double(v.y) * double(v.y) +
@@ -98,7 +104,7 @@ float odd_float(test_random &random)
         0x00000001u, 0x807FFFFFu, 0x00800000u, 0x1F000000u, // denormal and tiny
         0x00000000u, 0x80000000u,                           // zeros
     };
-    return float_of(patterns[random.below(sizeof(patterns) / sizeof(patterns[0]))]);
+    return from_bits(patterns[random.below(sizeof(patterns) / sizeof(patterns[0]))]);
 }
 
 /// Triangle number `kind` of the ways to be degenerate.
@@ -122,7 +128,7 @@ void add_degenerate_triangle(mesh_source &source, test_random &random, unsigned 
         return source.add_triangle(made, made, made);
     case 4: // a sliver
         return add_free_triangle(source, random, p, q,
-                                 vesk_vector3(q.x, q.y + float_of(0x33800000u), q.z));
+                                 vesk_vector3(q.x, q.y + from_bits(0x33800000u), q.z));
     case 5: // in a coordinate plane, with zeros of either sign
         return add_free_triangle(source, random, vesk_vector3(p.x, 0.0f, p.z),
                                  vesk_vector3(q.x, -0.0f, q.z), vesk_vector3(r.x, 0.0f, -0.0f));
