@@ -8,7 +8,7 @@
 namespace
 {
 /// Up to here a comparison sort on the stack beats the tables of the linear sorts.
-constexpr unsigned int few_triangles = 128;
+constexpr unsigned int few_triangles = 32;
 constexpr unsigned int palette_capacity = 256;
 constexpr unsigned int digit_count = 4;
 constexpr unsigned int digit_values = 256;

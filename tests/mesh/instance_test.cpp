@@ -150,6 +150,48 @@ TEST(MeshInstance, NoOperationWritesOrReleasesWhatIsBorrowed)
              EXPECT_EQ(m.cur_uv_channel, 0u);
          },
          15},
+        {"transforms",
+         [&](vesk_mesh &m)
+         {
+             m.position(vesk_vector3(1.0f, 2.0f, 3.0f));
+             m.scale(2.0f);
+             m.scale(vesk_vector3(2.0f, 3.0f, 4.0f));
+             m.position_and_scale(vesk_vector3(1.0f, 1.0f, 1.0f), 2.0f);
+             m.center_and_enforce_size(5.0f, nullptr, nullptr);
+             m.rotate(vesk_vector3(1.0f, 0.5f, 0.25f));
+             EXPECT_TRUE(m.bounding_box_min == from.mesh.bounding_box_min);
+             EXPECT_TRUE(m.bounding_box_max == from.mesh.bounding_box_max);
+             EXPECT_EQ(m.get_tangent_array(), from.tangents.data());
+         },
+         15},
+        {"generate_normals", [](vesk_mesh &m) { m.generate_normals(); }, 15},
+        {"generate_tangents",
+         [&](vesk_mesh &m)
+         {
+             ASSERT_EQ(m.generate_tangents(), 1);
+             EXPECT_NE(m.get_tangent_array(), from.tangents.data());
+         },
+         13},
+        {"generate_octree, borrowed",
+         [&](vesk_mesh &m)
+         {
+             EXPECT_EQ(m.generate_octree(3, nullptr, nullptr), 0);
+             EXPECT_TRUE(has_message(m, nullptr));
+             EXPECT_EQ(m.get_octree(), from.octree_root);
+         },
+         15},
+        {"generate_octree, own",
+         [](vesk_mesh &m)
+         {
+             m.free_octree();
+             EXPECT_EQ(m.generate_octree(3, nullptr, nullptr), 1);
+             EXPECT_GT(m.get_octree_size_bytes(), 0u);
+         },
+         7},
+        {"generate_uv_lookup_quadtree",
+         [](vesk_mesh &m)
+         { EXPECT_EQ(m.generate_uv_lookup_quadtree(16, 16, 3, 0, 0, nullptr, nullptr), 1); },
+         11},
         {"render index",
          [&](vesk_mesh &m)
          {
