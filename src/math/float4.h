@@ -43,6 +43,17 @@ inline vesk_float4 vesk_select4(vesk_mask4 mask, vesk_float4 a, vesk_float4 b)
     return (vesk_float4)((mask & (vesk_mask4)a) | (~mask & (vesk_mask4)b));
 }
 
+/// Whether all lanes hold the same bits.
+inline bool vesk_same_bits4(vesk_float4 a, vesk_float4 b)
+{
+#if defined(__SSE2__)
+    const __m128i equal = _mm_cmpeq_epi32(_mm_castps_si128(a), _mm_castps_si128(b));
+    return _mm_movemask_epi8(equal) == 0xFFFF;
+#else
+    return std::memcmp(&a, &b, sizeof(a)) == 0;
+#endif
+}
+
 /// Lane by lane `a < b ? a : b`: `b` where either is NaN, and where both are zeros.
 inline vesk_float4 vesk_min4(vesk_float4 a, vesk_float4 b)
 {

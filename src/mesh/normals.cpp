@@ -3,6 +3,7 @@
 #include "foundation/scratch.h"
 #include "mesh/repeated_normalize.h"
 
+#include <algorithm>
 #include <cstdint>
 
 // The result is that of a plain double loop: every vertex looks at every triangle, adds its face
@@ -54,7 +55,12 @@ void store(running_normal &running, vesk_float4 normal, std::uint32_t triangle)
 
 vesk_float4 normalized_often(vesk_float4 v, std::uint32_t rounds)
 {
-    return rounds == 0 || vesk_is_settled(v) ? v : vesk_normalize_repeatedly(v, rounds);
+    if (rounds == 0)
+        return v;
+    // A third of all vectors moves in the first round, which nothing can predict, and one in fifty
+    // in the second. So the first is done without asking.
+    v = vesk_normalize_lanes(v);
+    return rounds == 1 || vesk_is_settled(v) ? v : vesk_normalize_repeatedly(v, rounds - 1);
 }
 
 void touch(running_normal &running, vesk_float4 face_normal, std::uint32_t triangle)
@@ -142,45 +148,70 @@ std::uint64_t hash_of(const vesk_vector3 &position)
     return hash ^ hash >> 32;
 }
 
-// Gives each distinct position a slot, numbered from 0 in the order of the vertices, through a
-// hash table of `table_mask + 1` entries that are all `empty` at first.
 struct position_entry
 {
     std::uint32_t hash; // the upper half, as a first look before the vertex is fetched
     std::uint32_t vertex;
 };
 
-// The slots of all vertices and the number of distinct positions.
-std::uint32_t number_positions(const vesk_mesh &mesh, position_entry *table, std::size_t table_mask,
-                               std::uint32_t *slots)
+// Gives each distinct position a slot, numbered from 0 in the order of the vertices.
+class position_numbering
 {
-    for (std::size_t i = 0; i <= table_mask; ++i)
-        table[i].vertex = none;
-
-    std::uint32_t position_count = 0;
-    for (std::uint32_t v = 0; v < mesh.vertex_count; ++v)
+public:
+    // The table has a power of two of entries and never gets full.
+    position_numbering(const vesk_mesh &numbered, position_entry *entries, std::size_t entry_count)
+        : mesh(numbered)
+        , table(entries)
+        , mask(entry_count - 1)
     {
-        const vesk_vector3 &position = mesh.vertex_array[v].position;
-        slots[v] = none;
-        if (!equals_itself(position))
-            continue;
-        const std::uint64_t hash = hash_of(position);
-        const std::uint32_t upper = static_cast<std::uint32_t>(hash >> 32);
-        std::size_t at = static_cast<std::size_t>(hash) & table_mask;
-        while (table[at].vertex != none &&
-               !(table[at].hash == upper &&
-                 same_position(mesh.vertex_array[table[at].vertex].position, position)))
-            at = (at + 1) & table_mask;
-        if (table[at].vertex == none)
-        {
-            table[at] = {upper, v};
-            slots[v] = position_count++;
-        }
-        else
-            slots[v] = slots[table[at].vertex];
+        for (std::size_t i = 0; i < entry_count; ++i)
+            table[i].vertex = none;
     }
-    return position_count;
-}
+
+    // Writes the slots of all vertices; the number of slots.
+    std::uint32_t run(std::uint32_t *slots)
+    {
+        // Hashes come first for some vertices at a time, so that the cache misses of the table
+        // overlap: twice as fast on a million triangles.
+        constexpr std::uint32_t batch = 32;
+        std::uint64_t hashes[batch];
+        std::uint32_t slot_count = 0;
+        for (std::uint32_t first = 0; first < mesh.vertex_count;)
+        {
+            const std::uint32_t count = std::min(batch, mesh.vertex_count - first);
+            for (std::uint32_t i = 0; i < count; ++i)
+            {
+                hashes[i] = hash_of(mesh.vertex_array[first + i].position);
+                __builtin_prefetch(&table[static_cast<std::size_t>(hashes[i]) & mask], 1);
+            }
+            for (std::uint32_t i = 0; i < count; ++i)
+                slots[first + i] = slot_for(first + i, hashes[i], slots, slot_count);
+            first += count;
+        }
+        return slot_count;
+    }
+
+private:
+    std::uint32_t slot_for(std::uint32_t vertex, std::uint64_t hash, const std::uint32_t *slots,
+                           std::uint32_t &slot_count)
+    {
+        const vesk_vector3 &position = mesh.vertex_array[vertex].position;
+        if (!equals_itself(position))
+            return none;
+        const std::uint32_t upper = static_cast<std::uint32_t>(hash >> 32);
+        std::size_t at = static_cast<std::size_t>(hash) & mask;
+        for (; table[at].vertex != none; at = (at + 1) & mask)
+            if (table[at].hash == upper &&
+                same_position(mesh.vertex_array[table[at].vertex].position, position))
+                return slots[table[at].vertex];
+        table[at] = {upper, vertex};
+        return slot_count++;
+    }
+
+    const vesk_mesh &mesh;
+    position_entry *table;
+    std::size_t mask;
+};
 
 // Entries of a table that stays at most half full, or 0 when their number is beyond all memory.
 std::size_t table_size_for(std::uint32_t vertex_count)
@@ -191,26 +222,26 @@ std::size_t table_size_for(std::uint32_t vertex_count)
     return size <= SIZE_MAX / sizeof(position_entry) ? static_cast<std::size_t>(size) : 0;
 }
 
-// All positions at once; 0 with nothing changed when memory is short.
-int generate_in_memory(vesk_mesh &mesh)
+// All positions at once; false with nothing changed when memory is short.
+bool generate_in_memory(vesk_mesh &mesh)
 {
     const std::uint32_t triangle_count = mesh.index_count / 7;
     vesk_scratch<std::uint32_t> slots(mesh.vertex_count);
     if (!slots.data)
-        return 0;
+        return false;
 
     std::uint32_t position_count;
     {
         const std::size_t table_size = table_size_for(mesh.vertex_count);
         vesk_scratch<position_entry> table(table_size);
         if (!table.data || table_size == 0)
-            return 0;
-        position_count = number_positions(mesh, table.data, table_size - 1, slots.data);
+            return false;
+        position_count = position_numbering(mesh, table.data, table_size).run(slots.data);
     }
 
     vesk_scratch<running_normal> running(position_count);
     if (!running.data)
-        return 0;
+        return false;
     for (std::uint32_t p = 0; p < position_count; ++p)
         running.data[p].clear();
 
@@ -224,7 +255,7 @@ int generate_in_memory(vesk_mesh &mesh)
         write_normal(mesh.vertex_array[v],
                      slots.data[v] != none ? &running.data[slots.data[v]] : nullptr,
                      triangle_count);
-    return 1;
+    return true;
 }
 
 // The positions of a stretch of vertices, with their running normals: 18 KB of stack.

@@ -12,11 +12,6 @@ constexpr unsigned int shortest_leap = 16;
 constexpr std::int32_t sign_and_exponent = static_cast<std::int32_t>(0xFF800000u);
 constexpr std::int32_t mantissa = 0x007FFFFF;
 
-bool same_bits(vesk_float4 a, vesk_float4 b)
-{
-    return std::memcmp(&a, &b, sizeof(a)) == 0;
-}
-
 // In float bits: within one sign and exponent an ulp is a difference of 1, away from zero.
 vesk_mask4 bits_of(vesk_float4 v)
 {
@@ -64,7 +59,7 @@ bool moves_alike(vesk_mask4 a, vesk_mask4 z, vesk_mask4 step)
     if (!(least == most && least > 0.5f && least < 2.0f))
         return false;
     const vesk_mask4 after = bits_of(from_bits(z) / vesk_splat4(least));
-    return same_binades(after, z) && same_bits(from_bits(after - z), from_bits(step));
+    return same_binades(after, z) && vesk_same_bits4(from_bits(after - z), from_bits(step));
 }
 
 bool holds_for(const double_round &way, std::int32_t repetitions)
@@ -133,11 +128,11 @@ vesk_float4 vesk_normalize_repeatedly(vesk_float4 v, unsigned int rounds)
         const vesk_float4 next = vesk_normalize_lanes(v);
         --rounds;
         ++since_milestone;
-        if (same_bits(next, v))
+        if (vesk_same_bits4(next, v))
             return v;
-        if (same_bits(next, before))
+        if (vesk_same_bits4(next, before))
             return rounds % 2 ? v : next;
-        if (same_bits(next, milestone))
+        if (vesk_same_bits4(next, milestone))
             rounds %= since_milestone;
         if (since_milestone == next_milestone)
         {
