@@ -176,12 +176,11 @@ VESK_INLINE vesk_matrix33 vesk_matrix33_inverse(const vesk_matrix33 &a)
     const float c6 = m3 * m7 - m6 * m4, c7 = m6 * m1 - m0 * m7, c8 = m0 * m4 - m3 * m1;
 
     const float determinant = m0 * c0 + m1 * c3 + m2 * c6;
-    // The negated comparison takes a NaN for singular too.
-    if (!(std::fabs(static_cast<double>(determinant)) > 1e-06))
+    // The limit is the double 1e-06. No float lies between it and the float just below, so that the
+    // float comparison decides the same. Its negation takes a NaN for singular too.
+    if (!(std::fabs(determinant) > 1e-06f))
         return a;
-    const float inverse = 1.0f / determinant;
-    return vesk_matrix33(c0 * inverse, c1 * inverse, c2 * inverse, c3 * inverse, c4 * inverse,
-                         c5 * inverse, c6 * inverse, c7 * inverse, c8 * inverse);
+    return vesk_matrix33(c0, c1, c2, c3, c4, c5, c6, c7, c8) * (1.0f / determinant);
 }
 
 VESK_INLINE vesk_matrix33 vesk_matrix33_scale(const vesk_vector3 &scale)
