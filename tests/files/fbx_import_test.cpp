@@ -480,6 +480,125 @@ TEST(FbxImport, NothingCarriesOver)
     mesh.free();
 }
 
+TEST(FbxImport, ChildrenComeInTheOrderOfConnections)
+{
+    fbx_scene scene;
+    const int group = scene.add_group(fbx_scene::root);
+    const int late = scene.add_mesh(fbx_scene::root, strip(1));
+    scene.add_mesh(group, strip(2));
+    scene.add_mesh(late, strip(3));
+    scene.connect(late, group); // has a parent by then: passed over
+    scene.add_mesh(group, strip(4));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    EXPECT_EQ(list_of(mesh.subset_lookup_table),
+              (std::vector<unsigned int>{0, 2, 14, 4, 42, 1, 49, 3}));
+}
+
+TEST(FbxImport, TangledScenesEnd)
+{
+    // A ring off the root, a node below itself, the root below a node, a lattice in which each
+    // node has both nodes above it for parents.
+    fbx_scene tangle;
+    const int first = tangle.add_mesh(fbx_scene::root, strip(1));
+    const int ring = tangle.add_mesh(12345, strip(2));
+    tangle.connect(tangle.add_mesh(ring, strip(2)), first);
+    tangle.connect(ring, ring + 1);
+    tangle.connect(first, first);
+    tangle.connect(fbx_scene::root, first);
+    int left = first, right = tangle.add_mesh(first, strip(1));
+    for (int i = 0; i < 24; ++i)
+    {
+        const int l = tangle.add_mesh(left, strip(1)), r = tangle.add_mesh(left, strip(1));
+        tangle.connect(l, right);
+        tangle.connect(r, right);
+        left = l;
+        right = r;
+    }
+    for (int i = 0; i < 1000; ++i)
+        tangle.connect(left, right);
+    {
+        const loaded mesh(tangle);
+        EXPECT_EQ(mesh.result, 1);
+        EXPECT_EQ(mesh.get_subset_count(), 2u + 48);
+    }
+
+    // Deeper than any call stack.
+    fbx_scene chain;
+    int last = fbx_scene::root;
+    for (int i = 0; i < 100000; ++i)
+        last = chain.add_group(last, "Null", {{"Lcl Scaling", {2.0, 1.0, 1.0}}});
+    chain.add_mesh(last, strip(1));
+    const loaded mesh(chain);
+    EXPECT_EQ(mesh.result, 1);
+}
+
+TEST(FbxImport, DamagedMeshesStaySound)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    const double not_a_number = std::numeric_limits<double>::quiet_NaN();
+    const int least = -2147483647 - 1;
+    std::vector<fbx_mesh_source> sources(6, strip(3));
+    sources[0].corners = {0, 1, ~2, 0, 1, ~99, 2, 3, least, 1, 2, ~3}; // unknown points
+    sources[1].corners = {0, 1, 2, 3, 4};                              // no end
+    sources[2].points.pop_back();                                      // not in threes
+    sources[3].points.clear();
+    sources[4].points[0] = not_a_number;
+    sources[4].points[4] = infinity;
+    sources[5].points[0] = 1e300;
+    sources[5].elements = {fbx_uvs(2147483647, {0, 0}, {0, 1, 2, 3, 4, 5, 6, 7, 8}),
+                           fbx_layer(2147483647, {"LayerElementUV", "LayerElementUV"}),
+                           fbx_layer(-5, {"LayerElementNormal", "LayerElementHole"})};
+    const std::vector<fbx_property> bad_transform = {{"Lcl Scaling", {infinity, 1e200, 0}},
+                                                     {"Lcl Rotation", {1e300, not_a_number, 0}},
+                                                     {"RotationActive", {1}},
+                                                     {"RotationOrder", {99}},
+                                                     {"InheritType", {-1}}};
+    fbx_scene scene;
+    for (const fbx_mesh_source &source : sources)
+    {
+        scene.add_mesh(fbx_scene::root, source);
+        scene.add_mesh(fbx_scene::root, source, bad_transform);
+    }
+    for (const fbx_encoding &encoding : all_fbx_encodings())
+    {
+        if (encoding.text)
+            continue; // no spelling of NaN is common
+        const loaded mesh(scene.write(encoding));
+        EXPECT_EQ(mesh.result, 1) << messages_of(mesh);
+        const std::vector<unsigned int> counts = list_of(mesh.subset_lookup_table);
+        ASSERT_EQ(counts.size(), 24u);
+        EXPECT_EQ(counts[1], 2u); // the polygons with unknown points are gone
+        EXPECT_EQ(counts[5], 3u); // the array's end ends the polygon
+        EXPECT_EQ(counts[13], 0u);
+    }
+}
+
+TEST(FbxImport, DamagedFilesFailOrStaySound)
+{
+    fbx_scene scene;
+    const int parent = scene.add_group(fbx_scene::root, "Null", {{"Lcl Scaling", {1.5, 2, -3}}});
+    scene.add_mesh(parent, with_uvs(strip(4), 5, {{0, 1, 2, 3, 4, 3, 2, 1, 0, 1, 2, 3}}));
+    std::mt19937 random(8);
+    for (const fbx_encoding &encoding : all_fbx_encodings())
+    {
+        const std::string bytes = scene.write(encoding);
+        for (int i = 0; i < 150; ++i)
+        {
+            std::string damaged = bytes;
+            const std::size_t at = random() % damaged.size();
+            if (i % 3 == 0)
+                damaged.resize(at);
+            else if (i % 3 == 1)
+                damaged[at] = static_cast<char>(random());
+            else
+                damaged.erase(at, random() % 40);
+            SCOPED_TRACE(i);
+            const loaded mesh(damaged);
+        }
+    }
+}
+
 TEST(FbxImport, EveryAllocationMayFail)
 {
     fbx_mesh_source polygon = with_uvs(strip(3), 5, {{0, 1, 2, 3, 4}});
