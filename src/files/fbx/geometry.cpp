@@ -38,7 +38,7 @@ public:
         const int count = static_cast<int>(m_mesh.corner_points.count);
         for (int i = 0; i < count; ++i)
         {
-            int &point = m_mesh.corner_points[i];
+            int &point = m_mesh.corner_points.data.get()[i];
             const bool last = point < 0;
             if (last)
                 point = ~point;
@@ -112,7 +112,7 @@ void cut_polygons(const mesh_geometry &mesh, triangle_geometry &out)
         positions.clear();
         for (int k = 0; k < p.corner_count; ++k)
         {
-            const FbxVector4 &point = mesh.points[mesh.corner_points[p.first_corner + k]];
+            const FbxVector4 &point = mesh.corner_position(p.first_corner + k);
             positions.push_back({point[0], point[1], point[2]});
         }
         splitter.split(positions.data(), p.corner_count, corners);
@@ -130,8 +130,9 @@ number_array<int> gather(const number_array<int> &source, const number_array<int
 {
     number_array<int> result;
     result.allocate(positions.count);
+    const int *values = source.data.get();
     for (std::size_t i = 0; i < positions.count; ++i)
-        result[i] = source[positions[i]];
+        result[i] = values[positions[i]];
     return result;
 }
 } // namespace
@@ -147,7 +148,7 @@ bool mesh_geometry::find_normal(int corner, int polygon_number, FbxVector4 &norm
         entry = corner;
         break;
     case mapping_mode::by_point:
-        entry = corner_points[corner];
+        entry = corner_point(corner);
         break;
     case mapping_mode::by_polygon:
         entry = polygon_number;
@@ -159,7 +160,7 @@ bool mesh_geometry::find_normal(int corner, int polygon_number, FbxVector4 &norm
     {
         if (static_cast<std::size_t>(entry) >= normals.indices.count)
             return false;
-        entry = normals.indices[entry];
+        entry = normals.indices.data.get()[entry];
     }
     if (entry < 0 || static_cast<std::size_t>(entry) >= normals.directions.count / 3)
         return false;
@@ -173,12 +174,12 @@ bool mesh_geometry::find_normal(int corner, int polygon_number, FbxVector4 &norm
 FbxVector4 mesh_geometry::face_normal(int polygon_index) const
 {
     const polygon p = get_polygon(polygon_index);
-    const FbxVector4 &origin = points[corner_points[p.first_corner]];
+    const FbxVector4 &origin = corner_position(p.first_corner);
     FbxVector4 sum(0.0, 0.0, 0.0);
     for (int k = 2; k < p.corner_count; ++k)
     {
-        const FbxVector4 &b = points[corner_points[p.first_corner + k - 1]];
-        const FbxVector4 &c = points[corner_points[p.first_corner + k]];
+        const FbxVector4 &b = corner_position(p.first_corner + k - 1);
+        const FbxVector4 &c = corner_position(p.first_corner + k);
         double u[3], v[3];
         for (int i = 0; i < 3; ++i)
         {

@@ -57,6 +57,14 @@ struct mesh_geometry
         return all_triangles ? static_cast<int>(corner_points.count / 3)
                              : static_cast<int>(polygons.size());
     }
+    int corner_point(int corner) const
+    {
+        return corner_points.data.get()[corner];
+    }
+    const FbxVector4 &corner_position(int corner) const
+    {
+        return points.data.get()[corner_point(corner)];
+    }
     polygon get_polygon(int i) const
     {
         return all_triangles ? polygon{3 * i, 3, i} : polygons[static_cast<std::size_t>(i)];

@@ -100,8 +100,8 @@ bool FbxMesh::GetPolygonVertexNormal(int polygon, int corner, FbxVector4 &normal
     int source_polygon = polygon;
     if (!m_geometry->all_triangles)
     {
-        source_corner = m_triangles->corners[source_corner];
-        source_polygon = m_triangles->polygons[polygon];
+        source_corner = m_triangles->corners.data.get()[source_corner];
+        source_polygon = m_triangles->polygons.data.get()[polygon];
     }
     const int number =
         m_geometry->all_triangles ? polygon : m_geometry->get_polygon(source_polygon).number;

@@ -123,7 +123,7 @@ void polygon_splitter::project(const vector3 *corners, int corner_count)
 {
     const int exponent = scale_exponent(corners, corner_count);
     const vector3 area = area_vector(corners, corner_count, exponent);
-    m_corners.resize(static_cast<std::size_t>(corner_count));
+    m_corners.resize(corner_count);
     for (int i = 0; i < corner_count; ++i)
         m_corners[i].position = flattened(scaled_corner(corners[i], exponent), area);
 }
@@ -154,7 +154,7 @@ void polygon_splitter::clip_ears(int *triangles)
     build_rectangles();
     m_work_left = std::min(most_work, work_per_corner * m_alive_count);
 
-    for (int i = 0; i < static_cast<int>(m_corners.size()); ++i)
+    for (int i = 0; i < m_corners.count(); ++i)
         if (m_alive_count > 3 && m_corners[i].alive && is_fold(i))
             cut_off_with_folds(i);
     for (strictness how : {strictness::no_touching, strictness::no_overlap, strictness::no_area})
@@ -177,7 +177,7 @@ void polygon_splitter::clip_ears(int *triangles)
 
 void polygon_splitter::link_corners()
 {
-    m_alive_count = static_cast<int>(m_corners.size());
+    m_alive_count = m_corners.count();
     m_pass = 0;
     m_last_changed = 0;
     m_queue.clear();
@@ -222,7 +222,7 @@ void polygon_splitter::order_corners()
     const double width = std::max(all.max_x - all.min_x, all.max_y - all.min_y);
     const double scale = width > 0.0 ? 65535.0 / width : 0.0;
 
-    m_order.resize(m_corners.size());
+    m_order.resize(m_corners.count());
     for (int i = 0; i < m_alive_count; ++i)
     {
         const vector2 &p = m_corners[i].position;
@@ -252,7 +252,7 @@ void polygon_splitter::build_rectangles()
     m_run_count = 1;
     while (m_run_count * run_length < m_alive_count)
         m_run_count *= 2;
-    m_rectangles.resize(static_cast<std::size_t>(m_run_count) * 2);
+    m_rectangles.resize(m_run_count * 2);
     for (int run = 0; run < m_run_count; ++run)
         m_rectangles[m_run_count + run] = run_rectangle(run);
     for (int node = m_run_count - 1; node > 0; --node)
@@ -269,7 +269,7 @@ polygon_splitter::rectangle polygon_splitter::run_rectangle(int run) const
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     rectangle r = {infinity, infinity, -infinity, -infinity};
-    const int end = std::min((run + 1) * run_length, static_cast<int>(m_corners.size()));
+    const int end = std::min((run + 1) * run_length, m_corners.count());
     for (int slot = run * run_length; slot < end; ++slot)
     {
         const int i = corner_at(slot);
@@ -479,7 +479,7 @@ int polygon_splitter::find_blocker(const ear &e, strictness how)
 
 int polygon_splitter::find_blocker_in_run(const ear &e, int run, strictness how)
 {
-    const int end = std::min((run + 1) * run_length, static_cast<int>(m_corners.size()));
+    const int end = std::min((run + 1) * run_length, m_corners.count());
     m_work_left -= run_length;
     for (int slot = run * run_length; slot < end; ++slot)
     {

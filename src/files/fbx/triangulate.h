@@ -8,6 +8,39 @@
 
 namespace vesk_fbx
 {
+/// A vector for indices that are ints, as corner numbers are.
+template <typename T> class int_indexed
+{
+public:
+    T &operator[](int i)
+    {
+        return m_elements.data()[i];
+    }
+    const T &operator[](int i) const
+    {
+        return m_elements.data()[i];
+    }
+    int count() const
+    {
+        return static_cast<int>(m_elements.size());
+    }
+    void resize(int count)
+    {
+        m_elements.resize(static_cast<std::size_t>(count));
+    }
+    T *begin()
+    {
+        return m_elements.data();
+    }
+    T *end()
+    {
+        return m_elements.data() + m_elements.size();
+    }
+
+private:
+    std::vector<T> m_elements;
+};
+
 /// Cuts polygons into triangles between their own corners.
 ///
 /// A polygon of n corners gives n - 2 triangles that run in the polygon's sense; each side belongs
@@ -99,9 +132,9 @@ private:
     bool may_overlap(const ear &e, const rectangle &r) const;
     bool blocks(int v, const ear &e, strictness how) const;
 
-    std::vector<corner> m_corners;
-    std::vector<std::uint64_t> m_order;  ///< place on a curve through the plane, corner number
-    std::vector<rectangle> m_rectangles; ///< a tree: below node i stand 2i and 2i + 1
+    int_indexed<corner> m_corners;
+    int_indexed<std::uint64_t> m_order;  ///< place on a curve through the plane, corner number
+    int_indexed<rectangle> m_rectangles; ///< a tree: below node i stand 2i and 2i + 1
     std::vector<int> m_queue, m_next_queue;
     int m_run_count = 0; ///< leaves of the tree, a power of two
     int m_alive_count = 0;
