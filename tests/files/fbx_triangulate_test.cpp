@@ -1,8 +1,8 @@
 #include "files/fbx/triangulate.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
@@ -295,13 +295,11 @@ TEST(FbxTriangulate, LargeOutlinesTakeNoQuadraticTime)
                                    comb(8300), star(random, 25000)})
     {
         SCOPED_TRACE(polygon.size());
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock(); // of this process: others don't count
         const std::vector<int> triangles = split(in_tilted_plane(polygon));
-        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+        const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         EXPECT_EQ(turned_over(polygon, triangles), 0);
-        EXPECT_LT(seconds.count(), 5.0); // some hundredths on a machine with nothing else to do
-        if (getenv("VESK_SHOW"))
-            printf("%zu %f\n", polygon.size(), seconds.count());
+        EXPECT_LT(seconds, 5.0); // 0.02 to 0.2 in a release build
     }
 }
 } // namespace

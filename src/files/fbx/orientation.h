@@ -31,7 +31,7 @@ inline int certain_orientation(const vector2 &a, const vector2 &b, const vector2
 }
 
 /// 1 when a, b, c run counter-clockwise, -1 when clockwise, 0 when they are on one line.
-/// Exact for finite coordinates up to 1 as long as no product underflows.
+/// Exact as long as no product of coordinates overflows or underflows.
 inline int orientation(const vector2 &a, const vector2 &b, const vector2 &c)
 {
     const int certain = certain_orientation(a, b, c);

@@ -26,25 +26,23 @@ double squared_distance(const vector3 &a, const vector3 &b)
     return x * x + y * y + z * z;
 }
 
-/// The power of two that brings the largest coordinate just below 1, as an exponent: scaling by it
-/// is exact, and products of coordinates then stay in range.
-int scale_exponent(const vector3 *corners, int corner_count)
+/// A power of two that brings coordinates of extreme size into the range where their products
+/// neither overflow nor vanish; 1 for all others. Multiplying by it rounds nothing that matters.
+double safe_scale(const vector3 *corners, int corner_count)
 {
     double largest = 0.0;
     for (int i = 0; i < corner_count; ++i)
-    {
-        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].x)));
-        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].y)));
-        largest = std::max(largest, std::fabs(finite_or_zero(corners[i].z)));
-    }
-    return largest > 0.0 ? -1 - std::ilogb(largest) : 0;
+        for (const double value : {corners[i].x, corners[i].y, corners[i].z})
+            largest = std::max(largest, std::fabs(finite_or_zero(value)));
+    if (largest == 0.0 || (largest > 1e-60 && largest < 1e60))
+        return 1.0;
+    return std::ldexp(1.0, std::min(-std::ilogb(largest), 1023));
 }
 
-vector3 scaled_corner(const vector3 &corner, int exponent)
+vector3 scaled_corner(const vector3 &corner, double scale)
 {
-    return {std::scalbn(finite_or_zero(corner.x), exponent),
-            std::scalbn(finite_or_zero(corner.y), exponent),
-            std::scalbn(finite_or_zero(corner.z), exponent)};
+    return {finite_or_zero(corner.x) * scale, finite_or_zero(corner.y) * scale,
+            finite_or_zero(corner.z) * scale};
 }
 
 /// A number's 16 bits with a gap before each, half of a place on the Z-order curve.
@@ -59,15 +57,14 @@ std::uint64_t spread_bits(double value)
 }
 
 /// The polygon's area on each of the coordinate planes, twice and signed (Newell).
-vector3 area_vector(const vector3 *corners, int corner_count, int exponent)
+vector3 area_vector(const vector3 *corners, int corner_count, double scale)
 {
-    const vector3 origin = scaled_corner(corners[0], exponent);
+    const vector3 origin = scaled_corner(corners[0], scale);
     vector3 sum;
-    vector3 p = scaled_corner(corners[corner_count - 1], exponent);
-    p = {p.x - origin.x, p.y - origin.y, p.z - origin.z};
-    for (int i = 0; i < corner_count; ++i)
+    vector3 p;
+    for (int i = 1; i < corner_count; ++i)
     {
-        vector3 q = scaled_corner(corners[i], exponent);
+        vector3 q = scaled_corner(corners[i], scale);
         q = {q.x - origin.x, q.y - origin.y, q.z - origin.z};
         sum.x += p.y * q.z - p.z * q.y;
         sum.y += p.z * q.x - p.x * q.z;
@@ -121,11 +118,11 @@ void polygon_splitter::split(const vector3 *corners, int corner_count, int *tria
 
 void polygon_splitter::project(const vector3 *corners, int corner_count)
 {
-    const int exponent = scale_exponent(corners, corner_count);
-    const vector3 area = area_vector(corners, corner_count, exponent);
+    const double scale = safe_scale(corners, corner_count);
+    const vector3 area = area_vector(corners, corner_count, scale);
     m_corners.resize(corner_count);
     for (int i = 0; i < corner_count; ++i)
-        m_corners[i].position = flattened(scaled_corner(corners[i], exponent), area);
+        m_corners[i].position = flattened(scaled_corner(corners[i], scale), area);
 }
 
 int polygon_splitter::side(int a, int b, int c) const
