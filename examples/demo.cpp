@@ -126,8 +126,8 @@ int derive(vesk_mesh &mesh)
     vesk_vector3 offset;
     float factor;
     mesh.center_and_enforce_size(1.0f, &offset, &factor);
-    mesh.rotate(vesk_vector3(-1.5707964f, 0.0f, 0.0f)); // the scene's z axis points up
-    std::printf("fitted     to radius 1 (factor %g), turned upright, %s tangents\n",
+    mesh.rotate(vesk_vector3(0.0f, 0.5f, 0.0f));
+    std::printf("fitted     to radius 1 (factor %g), turned, %s tangents\n",
                 static_cast<double>(factor), grouped(mesh.get_tangent_count()).c_str());
 
     vesk_list<unsigned long> colors;
@@ -191,7 +191,7 @@ int draw(vesk_mesh &mesh, const std::filesystem::path &folder)
     stopwatch drawing;
     progress_bar bar("render");
     const camera from = camera_around(mesh, vesk_vector3(-0.35f, 0.42f, 1.0f));
-    const picture image = render_mesh(mesh, from, 960, 640, std::thread::hardware_concurrency(),
+    const picture image = render_mesh(mesh, from, 840, 560, std::thread::hardware_concurrency(),
                                       [&bar](double part) { bar.show(part); });
     const std::string path = (folder / "render.png").string();
     if (!image.write_png(path.c_str()))
@@ -207,6 +207,8 @@ int draw(vesk_mesh &mesh, const std::filesystem::path &folder)
 int bake(vesk_mesh &mesh, const std::filesystem::path &folder)
 {
     constexpr unsigned int size = 512;
+    // By custom the last channel is the atlas, in which no two places share a texel.
+    mesh.set_uv_channel(mesh.get_uv_channel_count() - 1);
     const vesk_list<unsigned int> *all = nullptr;
     if (!mesh.generate_uv_lookup_quadtree(size, size, depth_for(mesh), 0, 0, all, nullptr))
         return failed(mesh);

@@ -37,18 +37,23 @@ def mesh_from(name, build):
     return mesh
 
 
-def project_uvs(mesh, layer_name, axes, scale):
+def into_tile(u, v, tile):
+    """A place of the unit square, moved into a tile (low u, low v, width, height)."""
+    return tile[0] + u * tile[2], tile[1] + v * tile[3]
+
+
+def project_uvs(mesh, layer_name, axes, scale, tile=(0, 0, 1, 1)):
     """A planar map along the third axis."""
     layer = mesh.uv_layers.new(name=layer_name)
     for loop in mesh.loops:
         position = mesh.vertices[loop.vertex_index].co
-        layer.data[loop.index].uv = (
-            position[axes[0]] * scale + 0.5,
-            position[axes[1]] * scale + 0.5,
+        layer.data[loop.index].uv = into_tile(
+            position[axes[0]] * scale + 0.5, position[axes[1]] * scale + 0.5, tile
         )
 
 
-def cylinder_uvs(mesh, layer_name, height):
+def cylinder_uvs(mesh, layer_name, height, tile=(0, 0, 1, 1)):
+    """A map around the z axis."""
     layer = mesh.uv_layers.new(name=layer_name)
     for polygon in mesh.polygons:
         angles = []
@@ -59,7 +64,17 @@ def cylinder_uvs(mesh, layer_name, height):
             if max(angles) - angle > 0.5:
                 angle += 1.0
             position = mesh.vertices[mesh.loops[loop_index].vertex_index].co
-            layer.data[loop_index].uv = (angle, position.z / height + 0.5)
+            layer.data[loop_index].uv = into_tile(angle, position.z / height + 0.5, tile)
+
+
+def move_uvs(mesh, layer_name, polygon, tile, scale):
+    """Gives one polygon a planar map of its own, inside a tile."""
+    layer = mesh.uv_layers[layer_name]
+    for loop_index in polygon.loop_indices:
+        position = mesh.vertices[mesh.loops[loop_index].vertex_index].co
+        layer.data[loop_index].uv = into_tile(
+            position.x * scale + 0.5, position.y * scale + 0.5, tile
+        )
 
 
 def smooth(mesh):
@@ -131,7 +146,10 @@ def main():
     vase_mesh = mesh_from("vase", vase)
     smooth(vase_mesh)
     cylinder_uvs(vase_mesh, "paint", 2.0)
-    project_uvs(vase_mesh, "light", (0, 2), 0.4)
+    # The second channel is an atlas: no two places of the scene share a texel.
+    cylinder_uvs(vase_mesh, "light", 2.0, (0.01, 0.51, 0.95, 0.48))
+    floor = max(vase_mesh.polygons, key=lambda polygon: len(polygon.loop_indices))
+    move_uvs(vase_mesh, "light", floor, (0.55, 0.05, 0.4, 0.4), 0.7)
 
     star_mesh = mesh_from("star", star)
     project_uvs(star_mesh, "paint", (0, 1), 0.45)
@@ -139,7 +157,7 @@ def main():
     ground_mesh = mesh_from("ground", ground)
     smooth(ground_mesh)
     project_uvs(ground_mesh, "paint", (0, 1), 0.12)
-    project_uvs(ground_mesh, "light", (0, 1), 0.12)
+    project_uvs(ground_mesh, "light", (0, 1), 0.125, (0.01, 0.01, 0.48, 0.48))
 
     rock_mesh = mesh_from("rock", rock)  # no UVs at all
 

@@ -18,7 +18,7 @@ vesk_vector3 sphere_direction(unsigned int i, unsigned int count)
 
 float open_sky(const vesk_mesh &mesh, const surface_point &point)
 {
-    constexpr unsigned int direction_count = 96;
+    constexpr unsigned int direction_count = 64;
     const float radius = box_radius(mesh);
     const vesk_vector3 start = point.position + (radius * 1e-4f) * point.normal;
     float ahead = 0.0f;

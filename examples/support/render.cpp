@@ -76,7 +76,7 @@ camera camera_around(const vesk_mesh &mesh, const vesk_vector3 &from_direction)
         vesk_vec_normalize(vesk_vec_cross_product(from.forward, vesk_vector3(0.0f, 1.0f, 0.0f)));
     from.up = vesk_vec_cross_product(from.right, from.forward);
     from.half_width = 0.36f;
-    from.eye = middle - from.forward * (box_radius(mesh) * 2.4f);
+    from.eye = middle - from.forward * (box_radius(mesh) * 1.95f);
     return from;
 }
 
