@@ -305,7 +305,7 @@ public:
     /// count of 0 in the file, and an odd last word of the subset table is left out.
     ///
     /// @param path Unicode in the system's wide form; where the system has no wide paths it gets
-    ///   UTF-8, whatever the locale. A path that is not valid Unicode does not open. An existing
+    ///   UTF-8, whatever the locale, and what is not valid Unicode does not open. An existing
     ///   file is overwritten.
     /// @param compress other than 0: the large sections pass through the chunk stream. Stored as
     ///   it is.

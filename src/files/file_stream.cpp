@@ -1,5 +1,7 @@
 // Offsets of 64 bits on 32-bit systems too; has to stand before the first system header.
+#if !defined(_FILE_OFFSET_BITS)
 #define _FILE_OFFSET_BITS 64
+#endif
 
 #include "files/file_stream.h"
 

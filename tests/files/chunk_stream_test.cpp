@@ -20,7 +20,8 @@ struct stream_file
     }
     void put(const byte_vector &bytes)
     {
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        for (const unsigned char byte : bytes)
+            std::fputc(byte, file);
     }
     byte_vector bytes()
     {

@@ -1,9 +1,10 @@
 #include "files/file_stream.h"
 
+#include "files/chunk_stream.h"
 #include "files/utf8.h"
 #include "support/byte_file.h"
+#include "vesk/chunk_stream.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 
 #if !defined(_WIN32)
@@ -97,6 +98,27 @@ TEST(FileStream, WordsAreLittleEndianAndAShortReadKeepsTheValue)
     std::fclose(stream);
 }
 
+TEST(FileStream, StreamsOfASwappingHostHoldTurnedWords)
+{
+    constexpr unsigned int size = 0x200000 + 400; // two chunks
+    byte_vector words;
+    for (unsigned int i = 0; i < size / 4; ++i)
+        add_words(words, {i * 0x9E3779B9u});
+    temp_file file;
+    std::FILE *stream = vesk_open_file(file.wide(), vesk_open_mode::write);
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(vesk_write_chunk_stream(stream, words.data(), size, true));
+    std::fclose(stream);
+
+    stream = vesk_open_file(file.wide(), vesk_open_mode::read);
+    ASSERT_TRUE(stream);
+    byte_vector turned(size);
+    EXPECT_EQ(vesk_decompress_bytes_from_file_lz4(turned.data(), size, stream), 1);
+    std::fclose(stream);
+    vesk_swap_words(turned.data(), turned.data(), size / 4);
+    EXPECT_TRUE(turned == words);
+}
+
 #if !defined(_WIN32)
 TEST(FileStream, APipeHoldsNothingThatCouldBeCounted)
 {
@@ -107,7 +129,6 @@ TEST(FileStream, APipeHoldsNothingThatCouldBeCounted)
     EXPECT_EQ(vesk_bytes_left(stream), 0u);
     std::fclose(stream);
 }
-#endif
 
 TEST(FileStream, RefusesPathsThatAreNoText)
 {
@@ -115,3 +136,4 @@ TEST(FileStream, RefusesPathsThatAreNoText)
     EXPECT_EQ(vesk_open_file(broken, vesk_open_mode::write), nullptr);
     EXPECT_EQ(vesk_open_file(std::wstring(100000, L'a').c_str(), vesk_open_mode::write), nullptr);
 }
+#endif

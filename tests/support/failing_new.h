@@ -12,8 +12,8 @@ bool allocation_failed();
 /// Allocations since `fail_allocation`.
 int allocations_seen();
 
-/// From here on new storage is filled with this byte; -1 for as it comes. What is never written
-/// then shows: the result must not depend on the byte.
+/// From here on the first 64 KiB of new storage are filled with this byte; -1 for as it comes. What
+/// is never written then shows: the result must not depend on the byte.
 void fill_allocations(int byte);
 
 /// Bytes in live allocations that went through the replaced operators.
