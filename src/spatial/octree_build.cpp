@@ -1,19 +1,23 @@
-#include "spatial/subset_gather.h"
+#include "foundation/alloc.h"
 #include "spatial/tree_build.h"
 #include "spatial/triangle_box.h"
+#include "vesk/mesh.h"
 
 namespace
 {
+/// The octree, as the builder of both trees needs it.
 struct octree_kind
 {
     using node = vesk_octree_node_s;
     using box = vesk_octree_aa_bounding_box_s;
-    using triangle = vesk_octree_triangle_s;
     static constexpr unsigned int child_count = 8;
+    static constexpr bool is_flat = false;
 
     const vesk_3d_vertex_s *vertices;
+    vesk_octree_triangle_s *records;
+    bool all_tame;
 
-    static box &space_of(node &of)
+    static box &box_of(node &of)
     {
         return of.box;
     }
@@ -23,13 +27,52 @@ struct octree_kind
         space.split_into_eight(children);
     }
 
-    bool overlaps(const triangle &record, const box &space) const
+    static vesk_octant_boxes octants_of(const box *children)
+    {
+        const vesk_float4 low_half = half_of(children[0]);
+        const vesk_float4 high_half = half_of(children[7]);
+        return vesk_octant_boxes(lanes_of(children[0].min) + low_half, low_half,
+                                 lanes_of(children[7].min) + high_half, high_half);
+    }
+
+    static bool is_tame(const box &space)
+    {
+        return vesk_is_tame(space.min) && vesk_is_tame(space.max) && space.min.x <= space.max.x &&
+               space.min.y <= space.max.y && space.min.z <= space.max.z;
+    }
+
+    vesk_octree_triangle_s *record_of(std::uint32_t triangle) const
+    {
+        return records + triangle;
+    }
+
+    vesk_corners4 corners_of(std::uint32_t triangle) const
+    {
+        // The fourth lane is the normal's first component.
+        static_assert(sizeof(vesk_3d_vertex_s) >= sizeof(vesk_float4), "four floats are read");
+        const unsigned int *corner = records[triangle].vertex_indices;
+        return {vesk_load4(vertices + corner[0]), vesk_load4(vertices + corner[1]),
+                vesk_load4(vertices + corner[2])};
+    }
+
+    bool overlaps(std::uint32_t triangle, const box &space) const
     {
         const vesk_vector3 half = (space.max - space.min) * 0.5f;
-        const vesk_vector3 corners[3] = {vertices[record.vertex_indices[0]].position,
-                                         vertices[record.vertex_indices[1]].position,
-                                         vertices[record.vertex_indices[2]].position};
+        const unsigned int *corner = records[triangle].vertex_indices;
+        const vesk_vector3 corners[3] = {vertices[corner[0]].position, vertices[corner[1]].position,
+                                         vertices[corner[2]].position};
         return vesk_triangle_box_overlap(space.min + half, half, corners);
+    }
+
+private:
+    static vesk_float4 lanes_of(const vesk_vector3 &v)
+    {
+        return vesk_float4{v.x, v.y, v.z, 0.0f};
+    }
+
+    static vesk_float4 half_of(const box &space)
+    {
+        return (lanes_of(space.max) - lanes_of(space.min)) * 0.5f;
     }
 };
 
@@ -43,20 +86,13 @@ vesk_octree_aa_bounding_box_s root_box(const vesk_mesh &mesh)
     return box;
 }
 
-vesk_octree_triangle_s *records_of(const vesk_mesh &mesh)
+octree_kind kind_of(const vesk_mesh &mesh)
 {
-    return reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array);
-}
-
-vesk_octree_node_s *small_mesh_root(const vesk_mesh &mesh)
-{
-    vesk_octree_node_s *root = vesk_new_tree_node<vesk_octree_node_s>();
-    if (!root)
-        return nullptr;
-    root->box = root_box(mesh);
-    vesk_gather_triangles(records_of(mesh), mesh.index_count / 7, mesh.subset_lookup_table, nullptr,
-                          root->triangles);
-    return root;
+    octree_kind kind = {mesh.vertex_array,
+                        reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array), true};
+    for (unsigned int v = 0; v < mesh.vertex_count; ++v)
+        kind.all_tame &= vesk_is_tame(mesh.vertex_array[v].position);
+    return kind;
 }
 } // namespace
 
@@ -67,24 +103,17 @@ int vesk_mesh::generate_octree(unsigned int max_depth, const vesk_list<unsigned 
         return 0;
     free_octree();
 
-    if (index_count < 21)
-    {
-        octree = small_mesh_root(*this);
-    }
+    const unsigned int triangle_count = index_count / 7;
+    const octree_kind kind = kind_of(*this);
+    vesk_tree_builder<octree_kind> builder(kind, root_box(*this), triangle_count, cancel_callback);
+    if (triangle_count < 3)
+        octree = builder.build_small(triangle_count);
+    else if (builder.gather(triangle_count, subset_lookup_table, subsets))
+        octree = builder.build(static_cast<int>(max_depth));
     else
     {
-        vesk_list<vesk_octree_triangle_s *> list;
-        vesk_gather_triangles(records_of(*this), index_count / 7, subset_lookup_table, subsets,
-                              list);
-        if (subsets && !list.count)
-        {
-            ___push_error(
-                L"Failed to add any triangles to the octree root node. Subsets not found.");
-            return 0;
-        }
-        const octree_kind tree = {vertex_array};
-        const vesk_tree_builder<octree_kind> builder(tree, cancel_callback);
-        octree = builder.build(list, root_box(*this), static_cast<int>(max_depth));
+        ___push_error(L"Failed to add any triangles to the octree root node. Subsets not found.");
+        return 0;
     }
     if (!octree)
         ___push_error(L"Memory Allocation Error: Failed to allocate octree root node.");
@@ -94,7 +123,7 @@ int vesk_mesh::generate_octree(unsigned int max_depth, const vesk_list<unsigned 
 void vesk_mesh::free_octree()
 {
     if (!instance_octree)
-        vesk_free_tree(octree);
+        vesk_free_own_tree(octree);
     instance_octree = 0;
     octree = nullptr;
 }

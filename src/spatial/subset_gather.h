@@ -1,35 +1,26 @@
 #pragma once
 
+#include "spatial/block_stack.h"
 #include "vesk/list.h"
 
-/// The triangles that a build starts from, as record pointers in build order.
-///
-/// @param records the first record
-/// @param triangle_count triangles of the mesh
-/// @param table pairs of word offset and triangle count
-/// @param subsets null for all triangles, else indexes of pairs; one beyond the table names none
-/// @param list empty; holds the pointers afterwards, its capacity trimmed to its count
-template <typename Triangle>
-void vesk_gather_triangles(Triangle *records, unsigned int triangle_count,
-                           const vesk_list<unsigned int> &table,
-                           const vesk_list<unsigned int> *subsets, vesk_list<Triangle *> &list)
+#include <cstdint>
+
+/// The triangles that a tree is built over, by number, in build order.
+struct vesk_triangle_numbers
 {
-    if (!subsets)
-    {
-        list.set_size(triangle_count);
-        for (unsigned int t = 0; t < list.size; ++t)
-            list.data[t] = records + t;
-        list.set_count_to_size();
-        return;
-    }
-    for (unsigned int i = 0; i < subsets->count; ++i)
-    {
-        const unsigned int subset = (*subsets)[i];
-        if (subset >= table.count / 2)
-            continue;
-        const unsigned int first = table[2 * subset] / 7;
-        for (unsigned int t = 0; t < table[2 * subset + 1]; ++t)
-            list.push_back(records + first + t);
-    }
-    list.trim();
-}
+    std::uint32_t *data; ///< null when there are none, or no memory for them
+    std::uint32_t count;
+    std::uint32_t limit; ///< every number is below this
+    bool may_repeat;     ///< whether a number may stand there more than once
+};
+
+/// Gathers all triangles, or those of some subsets in the order of the list.
+///
+/// @param triangle_count triangles of the mesh
+/// @param table pairs of a subset's word offset and its number of triangles
+/// @param subsets null for all triangles, else indexes of pairs; one beyond the table names none
+/// @param scratch where the numbers are to lie
+vesk_triangle_numbers vesk_gather_triangles(std::uint32_t triangle_count,
+                                            const vesk_list<unsigned int> &table,
+                                            const vesk_list<unsigned int> *subsets,
+                                            vesk_block_stack &scratch);

@@ -1,19 +1,24 @@
-#include "spatial/subset_gather.h"
+#include "foundation/alloc.h"
 #include "spatial/tree_build.h"
 #include "spatial/triangle_box.h"
+#include "vesk/mesh.h"
 
 namespace
 {
+/// The quadtree, as the builder of both trees needs it: raster corners lie on the plane y = 0, and
+/// a rectangle is a flat slab around that plane. Columns are x, rows are z.
 struct quadtree_kind
 {
     using node = vesk_uv_lookup_node_s;
     using box = vesk_quadtree_aa_bounding_rect_s;
-    using triangle = vesk_uv_lookup_triangle_s;
     static constexpr unsigned int child_count = 4;
+    static constexpr bool is_flat = true;
 
-    const vesk_vector3 *corners;
+    const vesk_vector3 *corners; // three for each triangle, and one more that is only read
+    vesk_uv_lookup_triangle_s *records;
+    bool all_tame;
 
-    static box &space_of(node &of)
+    static box &box_of(node &of)
     {
         return of.bounding_rect;
     }
@@ -23,16 +28,41 @@ struct quadtree_kind
         space.split_into_four(children);
     }
 
-    // The rectangle is a flat slab around the plane y = 0 that all corners lie on.
-    bool overlaps(const triangle &record, const box &space) const
+    static vesk_octant_boxes octants_of(const box *children)
+    {
+        const vesk_vector2 low = (children[0].max - children[0].min) * 0.5f;
+        const vesk_vector2 high = (children[3].max - children[3].min) * 0.5f;
+        return vesk_octant_boxes(
+            vesk_float4{children[0].min.x + low.x, 0.0f, children[0].min.y + low.y, 0.0f},
+            vesk_float4{low.x, 0.5f, low.y, 0.0f},
+            vesk_float4{children[3].min.x + high.x, 0.0f, children[3].min.y + high.y, 0.0f},
+            vesk_float4{high.x, 0.5f, high.y, 0.0f});
+    }
+
+    static bool is_tame(const box &space)
+    {
+        return vesk_is_tame(vesk_vector3(space.min.x, 0.0f, space.min.y)) &&
+               vesk_is_tame(vesk_vector3(space.max.x, 0.0f, space.max.y)) &&
+               space.min.x <= space.max.x && space.min.y <= space.max.y;
+    }
+
+    vesk_uv_lookup_triangle_s *record_of(std::uint32_t triangle) const
+    {
+        return records + triangle;
+    }
+
+    vesk_corners4 corners_of(std::uint32_t triangle) const
+    {
+        const vesk_vector3 *first = corners + std::size_t{triangle} * 3;
+        return {vesk_load4(first), vesk_load4(first + 1), vesk_load4(first + 2)};
+    }
+
+    bool overlaps(std::uint32_t triangle, const box &space) const
     {
         const vesk_vector2 half = (space.max - space.min) * 0.5f;
-        const vesk_vector3 triangle_corners[3] = {corners[record.vertex_indices[0]],
-                                                  corners[record.vertex_indices[1]],
-                                                  corners[record.vertex_indices[2]]};
         return vesk_triangle_box_overlap(
             vesk_vector3(space.min.x + half.x, 0.0f, space.min.y + half.y),
-            vesk_vector3(half.x, 0.5f, half.y), triangle_corners);
+            vesk_vector3(half.x, 0.5f, half.y), corners + std::size_t{triangle} * 3);
     }
 };
 
@@ -76,20 +106,14 @@ vesk_quadtree_aa_bounding_rect_s root_rect(const raster &space)
     return rect;
 }
 
-vesk_uv_lookup_triangle_s *records_of(const vesk_mesh &mesh)
+quadtree_kind kind_of(const vesk_mesh &mesh)
 {
-    return reinterpret_cast<vesk_uv_lookup_triangle_s *>(mesh.uv_lookup_index_array);
-}
-
-vesk_uv_lookup_node_s *small_mesh_root(const vesk_mesh &mesh, const raster &space)
-{
-    vesk_uv_lookup_node_s *root = vesk_new_tree_node<vesk_uv_lookup_node_s>();
-    if (!root)
-        return nullptr;
-    root->bounding_rect = root_rect(space);
-    vesk_gather_triangles(records_of(mesh), mesh.uv_lookup_index_count / 7,
-                          mesh.subset_lookup_table, nullptr, root->triangles);
-    return root;
+    quadtree_kind kind = {mesh.uv_lookup_vertex_array,
+                          reinterpret_cast<vesk_uv_lookup_triangle_s *>(mesh.uv_lookup_index_array),
+                          true};
+    for (unsigned int v = 0; v < mesh.uv_lookup_vertex_count; ++v)
+        kind.all_tame &= vesk_is_tame(mesh.uv_lookup_vertex_array[v]);
+    return kind;
 }
 } // namespace
 
@@ -101,7 +125,8 @@ int vesk_mesh::generate_uv_lookup_quadtree(unsigned int width, unsigned int heig
     free_uv_lookup_quadtree();
 
     const unsigned int triangle_count = index_count / 7;
-    uv_lookup_vertex_array = vesk_alloc_array<vesk_vector3>(std::size_t{triangle_count} * 3);
+    // One more than is used, so that any corner can be read as four floats.
+    uv_lookup_vertex_array = vesk_alloc_array<vesk_vector3>(std::size_t{triangle_count} * 3 + 1);
     if (!uv_lookup_vertex_array)
     {
         ___push_error(L"Memory Allocation Error: Failed to allocate uv lookup vertex array.");
@@ -122,24 +147,17 @@ int vesk_mesh::generate_uv_lookup_quadtree(unsigned int width, unsigned int heig
     uv_lookup_vertex_count = triangle_count * 3;
     uv_lookup_index_count = triangle_count * 7;
 
-    if (uv_lookup_index_count < 21)
-    {
-        uv_lookup_root = small_mesh_root(*this, space);
-    }
+    const quadtree_kind kind = kind_of(*this);
+    vesk_tree_builder<quadtree_kind> builder(kind, root_rect(space), triangle_count,
+                                             cancel_callback);
+    if (triangle_count < 3)
+        uv_lookup_root = builder.build_small(triangle_count);
+    else if (builder.gather(triangle_count, subset_lookup_table, subsets))
+        uv_lookup_root = builder.build(static_cast<int>(max_depth));
     else
     {
-        vesk_list<vesk_uv_lookup_triangle_s *> list;
-        vesk_gather_triangles(records_of(*this), triangle_count, subset_lookup_table, subsets,
-                              list);
-        if (subsets && !list.count)
-        {
-            ___push_error(
-                L"Failed to add any triangles to the octree root node. Subsets not found.");
-            return 0;
-        }
-        const quadtree_kind tree = {uv_lookup_vertex_array};
-        const vesk_tree_builder<quadtree_kind> builder(tree, cancel_callback);
-        uv_lookup_root = builder.build(list, root_rect(space), static_cast<int>(max_depth));
+        ___push_error(L"Failed to add any triangles to the octree root node. Subsets not found.");
+        return 0;
     }
     if (!uv_lookup_root)
         ___push_error(L"Memory Allocation Error: Failed to allocate quadtree root node.");
@@ -152,7 +170,7 @@ void vesk_mesh::free_uv_lookup_quadtree()
     {
         vesk_free_array(uv_lookup_vertex_array);
         vesk_free_array(uv_lookup_index_array);
-        vesk_free_tree(uv_lookup_root);
+        vesk_free_own_tree(uv_lookup_root);
     }
     uv_lookup_vertex_array = nullptr;
     uv_lookup_index_array = nullptr;
