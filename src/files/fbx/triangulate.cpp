@@ -15,34 +15,36 @@ constexpr int run_length = 16; // corners under one leaf of the tree
 constexpr std::int64_t work_per_corner = 1000;
 constexpr std::int64_t most_work = 1000000000;
 
-double finite_or_zero(double value)
-{
-    return std::isfinite(value) ? value : 0.0;
-}
-
 double squared_distance(const vector3 &a, const vector3 &b)
 {
     const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
     return x * x + y * y + z * z;
 }
 
-/// A power of two that brings coordinates of extreme size into the range where their products
-/// neither overflow nor vanish; 1 for all others. Multiplying by it rounds nothing that matters.
-double safe_scale(const vector3 *corners, int corner_count)
+/// The largest coordinate; a NaN or an infinity when one is among them.
+double largest_coordinate(const vector3 *corners, int corner_count)
 {
     double largest = 0.0;
+    double no_number = 0.0; // the difference of a number with itself is 0, of anything else NaN
     for (int i = 0; i < corner_count; ++i)
-        for (const double value : {corners[i].x, corners[i].y, corners[i].z})
-            largest = std::max(largest, std::fabs(finite_or_zero(value)));
-    if (largest == 0.0 || (largest > 1e-60 && largest < 1e60))
-        return 1.0;
-    return std::ldexp(1.0, std::min(-std::ilogb(largest), 1023));
+    {
+        const vector3 &p = corners[i];
+        largest = std::max(largest, std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)}));
+        no_number += (p.x - p.x) + (p.y - p.y) + (p.z - p.z);
+    }
+    return largest + no_number;
 }
 
-vector3 scaled_corner(const vector3 &corner, double scale)
+/// Products of coordinates in this range neither overflow nor vanish.
+bool is_tame(double largest)
 {
-    return {finite_or_zero(corner.x) * scale, finite_or_zero(corner.y) * scale,
-            finite_or_zero(corner.z) * scale};
+    return largest == 0.0 || (largest > 1e-60 && largest < 1e60);
+}
+
+/// Zero for what is no number, all others brought near 1 by a power of two.
+double tamed(double value, int exponent)
+{
+    return std::isfinite(value) ? std::scalbn(value, exponent) : 0.0;
 }
 
 /// A number's 16 bits with a gap before each, half of a place on the Z-order curve.
@@ -57,15 +59,15 @@ std::uint64_t spread_bits(double value)
 }
 
 /// The polygon's area on each of the coordinate planes, twice and signed (Newell).
-vector3 area_vector(const vector3 *corners, int corner_count, double scale)
+vector3 area_vector(const vector3 *corners, int corner_count)
 {
-    const vector3 origin = scaled_corner(corners[0], scale);
+    const vector3 &origin = corners[0];
     vector3 sum;
     vector3 p;
     for (int i = 1; i < corner_count; ++i)
     {
-        vector3 q = scaled_corner(corners[i], scale);
-        q = {q.x - origin.x, q.y - origin.y, q.z - origin.z};
+        const vector3 q = {corners[i].x - origin.x, corners[i].y - origin.y,
+                           corners[i].z - origin.z};
         sum.x += p.y * q.z - p.z * q.y;
         sum.y += p.z * q.x - p.x * q.z;
         sum.z += p.x * q.y - p.y * q.x;
@@ -109,6 +111,8 @@ void polygon_splitter::split(const vector3 *corners, int corner_count, int *tria
     if (corner_count <= 3)
         return;
 
+    if (!is_tame(largest_coordinate(corners, corner_count)))
+        corners = tame(corners, corner_count);
     project(corners, corner_count);
     if (corner_count == 4)
         split_quadrangle(corners, triangles);
@@ -116,13 +120,25 @@ void polygon_splitter::split(const vector3 *corners, int corner_count, int *tria
         clip_ears(triangles);
 }
 
+const vector3 *polygon_splitter::tame(const vector3 *corners, int corner_count)
+{
+    m_tamed.assign(corners, corners + corner_count);
+    double largest = 0.0;
+    for (const vector3 &p : m_tamed)
+        for (const double value : {p.x, p.y, p.z})
+            largest = std::max(largest, std::fabs(tamed(value, 0)));
+    const int exponent = largest > 0.0 ? -std::ilogb(largest) : 0;
+    for (vector3 &p : m_tamed)
+        p = {tamed(p.x, exponent), tamed(p.y, exponent), tamed(p.z, exponent)};
+    return m_tamed.data();
+}
+
 void polygon_splitter::project(const vector3 *corners, int corner_count)
 {
-    const double scale = safe_scale(corners, corner_count);
-    const vector3 area = area_vector(corners, corner_count, scale);
+    const vector3 area = area_vector(corners, corner_count);
     m_corners.resize(corner_count);
     for (int i = 0; i < corner_count; ++i)
-        m_corners[i].position = flattened(scaled_corner(corners[i], scale), area);
+        m_corners[i].position = flattened(corners[i], area);
 }
 
 int polygon_splitter::side(int a, int b, int c) const

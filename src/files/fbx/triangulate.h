@@ -96,6 +96,7 @@ private:
         no_area      ///< any ear, and corners without area
     };
 
+    const vector3 *tame(const vector3 *corners, int corner_count);
     void project(const vector3 *corners, int corner_count);
     void split_quadrangle(const vector3 *corners, int *triangles) const;
     void clip_ears(int *triangles);
@@ -132,6 +133,7 @@ private:
     bool may_overlap(const ear &e, const rectangle &r) const;
     bool blocks(int v, const ear &e, strictness how) const;
 
+    std::vector<vector3> m_tamed; ///< corners whose coordinates were too extreme to work with
     int_indexed<corner> m_corners;
     int_indexed<std::uint64_t> m_order;  ///< place on a curve through the plane, corner number
     int_indexed<rectangle> m_rectangles; ///< a tree: below node i stand 2i and 2i + 1
