@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and checking vesk needs.
-# Quiet when nothing is missing. Usage: scripts/setup.sh [build|examples|test|check|platforms|all]   (default: all)
+# Quiet when nothing is missing. Usage: scripts/setup.sh [build|examples|test|check|platforms|peers|all]   (default: all)
 set -euo pipefail
 
 build_packages=(g++ cmake make pkg-config liblz4-dev libdeflate-dev)
@@ -11,6 +11,9 @@ check_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev libben
 platform_packages=(clang-14 g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu
     g++-mingw-w64-x86-64-posix qemu-user wine64 googletest dpkg-dev)
 
+# For VESK_BENCH_PEERS, benchmarks against other libraries; nothing else needs them.
+peer_packages=(libbenchmark-dev libassimp-dev)
+
 case "${1:-all}" in
     build) wanted=("${build_packages[@]}") ;;
     examples) wanted=("${build_packages[@]}" "${example_packages[@]}") ;;
@@ -20,8 +23,9 @@ case "${1:-all}" in
             "${check_packages[@]}")
         ;;
     platforms) wanted=("${build_packages[@]}" "${test_packages[@]}" "${platform_packages[@]}") ;;
+    peers) wanted=("${build_packages[@]}" "${peer_packages[@]}") ;;
     *)
-        echo "usage: scripts/setup.sh [build|examples|test|check|platforms|all]" >&2
+        echo "usage: scripts/setup.sh [build|examples|test|check|platforms|peers|all]" >&2
         exit 2
         ;;
 esac

@@ -64,6 +64,27 @@ TEST(Tangents, EqualThePlainPassesOnRandomMeshes)
     EXPECT_EQ(sphere.tangent_array[5].handedness, 1.0f);
 }
 
+TEST(Tangents, ZerosHaveTheSignOfThePlainPasses)
+{
+    const vesk_vector2 uvs[] = {vesk_vector2(0, 0), vesk_vector2(-1, 0), vesk_vector2(0, 1),
+                                vesk_vector2(0, -1)};
+    for (unsigned int corners = 0; corners < 64; ++corners)
+        for (unsigned int turned = 0; turned < 3; ++turned)
+        {
+            SCOPED_TRACE(corners * 3 + turned);
+            mesh_source source = one_triangle(
+                {uvs[corners % 4], uvs[corners / 4 % 4], uvs[corners / 16]}, vesk_vector3(0, 0, 1));
+            for (vesk_3d_vertex_s &v : source.vertices)
+                for (unsigned int i = 0; i < turned; ++i)
+                {
+                    v.position = vesk_vector3(v.position.y, v.position.z, v.position.x);
+                    v.normal = vesk_vector3(v.normal.y, v.normal.z, v.normal.x);
+                }
+            owned_mesh mesh(source);
+            expect_plain_tangents(mesh);
+        }
+}
+
 TEST(Tangents, FollowUvsAndNormals)
 {
     const std::vector<vesk_vector2> straight = {vesk_vector2(0, 0), vesk_vector2(1, 0),

@@ -5,6 +5,7 @@
 #include "support/plain_derive.h"
 #include "vesk/mesh.h"
 
+#include <cmath>
 #include <functional>
 
 namespace
@@ -143,6 +144,21 @@ TEST(Transforms, RotateEqualsThePlainLoopsTangentsAndBox)
                                m.generate_tangents();
                            },
                            normals::changed);
+}
+
+TEST(Transforms, RotateKeepsTheFirstOfTwoZerosInTheBox)
+{
+    // Turned about y, the second vertex has y -0.0f and the fifth 0.0f.
+    mesh_source source;
+    for (const float y : {1.0f, -0.0f, 1.0f, 1.0f, 0.0f})
+        source.add_vertex(y == 0.0f && std::signbit(y) ? vesk_vector3(-1, y, -1)
+                                                       : vesk_vector3(1, y, 1),
+                          vesk_vector3());
+    owned_mesh mesh(source);
+    mesh.rotate(vesk_vector3(0, 0.5f, 0));
+    EXPECT_BITS(mesh.vertex_array[1].position.y, 0x80000000u);
+    EXPECT_BITS(mesh.vertex_array[4].position.y, 0u);
+    EXPECT_BITS(mesh.bounding_box_min.y, 0x80000000u);
 }
 
 TEST(Transforms, RotateTurnsXFirstAndRightHanded)
