@@ -133,16 +133,56 @@ outline comb(int teeth)
     return polygon;
 }
 
-/// The outline of a maze's corridors, which form a tree. `every_step` keeps the points on
-/// straight walls.
-outline maze(std::mt19937 &random, int cells, bool every_step)
+/// A picture of open cells, whose outline is a polygon.
+struct picture
 {
-    const int size = 2 * cells + 1;
-    std::vector<char> open(static_cast<std::size_t>(size * size), 0);
-    auto at = [&](int x, int y) -> char & { return open[static_cast<std::size_t>(y * size + x)]; };
+    explicit picture(int width) : size(width), cells(static_cast<std::size_t>(width * width), 0) {}
+    char &at(int x, int y)
+    {
+        return cells[static_cast<std::size_t>(y * size + x)];
+    }
+    bool is_open(int x, int y)
+    {
+        return x >= 0 && y >= 0 && x < size && y < size && at(x, y) != 0;
+    }
+    int size;
+    std::vector<char> cells;
+};
+
+constexpr int step_x[4] = {1, 0, -1, 0}, step_y[4] = {0, 1, 0, -1};
+
+/// The outline of the cells around (x, y), which is the leftmost of the lowest. `every_step` keeps
+/// the points on straight walls; `join` passes through corners where cells only touch.
+outline trace(picture &cells, int start_x, int start_y, bool every_step, bool join)
+{
+    outline polygon;
+    int x = start_x, y = start_y, direction = 0;
+    do
+    {
+        // The cells ahead, to the left and to the right of the way.
+        const int d = direction;
+        const bool left =
+            cells.is_open(x - (d == 1 || d == 2 ? 1 : 0), y - (d == 2 || d == 3 ? 1 : 0));
+        const bool right =
+            cells.is_open(x - (d == 2 || d == 3 ? 1 : 0), y - (d == 0 || d == 3 ? 1 : 0));
+        if (right && (left || join))
+            direction = (d + 3) % 4;
+        else if (!left)
+            direction = (d + 1) % 4;
+        if (every_step || direction != d || polygon.empty())
+            polygon.push_back({static_cast<double>(x), static_cast<double>(y)});
+        x += step_x[direction];
+        y += step_y[direction];
+    } while (x != start_x || y != start_y || direction != 3);
+    return polygon;
+}
+
+/// The outline of a maze's corridors, which form a tree.
+outline maze(std::mt19937 &random, int corridor_count, bool every_step)
+{
+    picture cells(2 * corridor_count + 1);
     std::vector<std::pair<int, int>> trail = {{1, 1}};
-    at(1, 1) = 1;
-    static constexpr int dx[4] = {1, 0, -1, 0}, dy[4] = {0, 1, 0, -1};
+    cells.at(1, 1) = 1;
     while (!trail.empty())
     {
         const auto [x, y] = trail.back();
@@ -150,39 +190,20 @@ outline maze(std::mt19937 &random, int cells, bool every_step)
         bool moved = false;
         for (unsigned k = 0; k < 4 && !moved; ++k)
         {
-            const int u = dx[(first + k) % 4], v = dy[(first + k) % 4];
+            const int u = step_x[(first + k) % 4], v = step_y[(first + k) % 4];
             const int far_x = x + 2 * u, far_y = y + 2 * v;
-            if (far_x < 0 || far_x >= size || far_y < 0 || far_y >= size || at(far_x, far_y))
+            const bool inside =
+                far_x >= 0 && far_x < cells.size && far_y >= 0 && far_y < cells.size;
+            if (!inside || cells.at(far_x, far_y))
                 continue;
-            at(x + u, y + v) = at(far_x, far_y) = 1;
+            cells.at(x + u, y + v) = cells.at(far_x, far_y) = 1;
             trail.push_back({far_x, far_y});
             moved = true;
         }
         if (!moved)
             trail.pop_back();
     }
-    // Walk along the walls with open cells on the left.
-    auto is_open = [&](int x, int y)
-    { return x >= 0 && y >= 0 && x < size && y < size && at(x, y) != 0; };
-    outline polygon;
-    int x = 1, y = 1, direction = 0;
-    do
-    {
-        const int ahead_left_x = x + (direction == 0 || direction == 3 ? 0 : -1);
-        const int ahead_left_y = y + (direction == 0 || direction == 1 ? 0 : -1);
-        const int ahead_right_x = x + (direction == 0 || direction == 1 ? 0 : -1);
-        const int ahead_right_y = y + (direction == 1 || direction == 2 ? 0 : -1);
-        const int before = direction;
-        if (is_open(ahead_right_x, ahead_right_y))
-            direction = (direction + 3) % 4;
-        else if (!is_open(ahead_left_x, ahead_left_y))
-            direction = (direction + 1) % 4;
-        if (every_step || direction != before)
-            polygon.push_back({static_cast<double>(x), static_cast<double>(y)});
-        x += dx[direction];
-        y += dy[direction];
-    } while (x != 1 || y != 1);
-    return polygon;
+    return trace(cells, 1, 1, every_step, false);
 }
 
 TEST(FbxTriangulate, TriangleStays)
@@ -245,6 +266,30 @@ TEST(FbxTriangulate, CoversOutlinesThatTouchThemselves)
                     {6, 3},
                     {3, 3}});
     expect_covered({{0, 0}, {8, 0}, {8, 8}, {4, 8}, {4, 3}, {4, 8}, {0, 8}});
+}
+
+TEST(FbxTriangulate, CoversOutlinesOfRandomPictures)
+{
+    // Cells that meet in corners only make outlines touch themselves in every way.
+    std::mt19937 random(99);
+    for (int round = 0; round < 3000; ++round)
+    {
+        SCOPED_TRACE(round);
+        picture cells(3 + static_cast<int>(random() % 6));
+        const unsigned density = 45 + static_cast<unsigned>(random() % 30);
+        for (char &cell : cells.cells)
+            cell = random() % 100 < density;
+        int first = 0;
+        while (first < cells.size * cells.size && !cells.at(first % cells.size, first / cells.size))
+            ++first;
+        if (first == cells.size * cells.size)
+            continue;
+        outline polygon = trace(cells, first % cells.size, first / cells.size, random() % 2 == 0,
+                                random() % 2 == 0);
+        const auto turn = static_cast<std::ptrdiff_t>(random() % polygon.size());
+        std::rotate(polygon.begin(), polygon.begin() + turn, polygon.end());
+        expect_covered(polygon);
+    }
 }
 
 TEST(FbxTriangulate, CollinearCornersGetAreaWherePossible)

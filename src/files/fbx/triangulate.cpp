@@ -544,6 +544,14 @@ bool polygon_splitter::blocks(int v, const ear &e, strictness how) const
     if (!on_outline && (where[2] > 0 || how == strictness::no_touching))
         return true;
 
+    // At the ear's tip, sides that run back along both of the ear's own are either a slit, with the
+    // outline's inside around it, or what is left between two parts that were cut off: nothing. An
+    // ear stands well back until no other is left.
+    const bool at_tip = where[0] == 0 && where[1] == 0;
+    if (at_tip && how != strictness::no_area && side(e.a, e.b, m_corners[v].next) == 0 &&
+        side(e.b, e.c, m_corners[v].previous) == 0)
+        return true;
+
     for (int neighbour : {m_corners[v].previous, m_corners[v].next})
     {
         bool leads_inwards = true;
