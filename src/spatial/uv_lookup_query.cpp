@@ -20,7 +20,8 @@ unsigned int rects_around(const vesk_columns4 &point, const vesk_uv_lookup_node_
 /// A texel's question: the first triangle below a point of the raster.
 struct texel_query
 {
-    vesk_triangle_question question;
+    vesk_columns4 origin;
+    vesk_columns4 direction;
     const vesk_vector3 *corners;
     vesk_uv_lookup_triangle_s &triangle;
     vesk_vector2 &barycentric;
@@ -38,7 +39,7 @@ struct texel_query
         if (!present)
             return 0;
 
-        present &= rects_around(question.origin, nodes);
+        present &= rects_around(origin, nodes);
         unsigned int reached_count = 0;
         for (unsigned int i = 4; i-- > 0;)
         {
@@ -56,7 +57,7 @@ struct texel_query
                 unsigned int lanes)
             {
                 vesk_triangle_hits4 hits;
-                lanes &= vesk_lane_bits(vesk_line_meets_triangles4<false>(question, four, hits));
+                lanes &= vesk_lane_bits(vesk_line_meets_triangles4(origin, direction, four, hits));
                 if (!lanes)
                     return false;
                 unsigned int first = 0;
@@ -76,11 +77,8 @@ int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s *node, const vesk_vector3 *c
 {
     if (!node->bounding_rect.intersect_point(point))
         return 0;
-    texel_query query{
-        {vesk_vector3(point.x, 10.0f, point.y), vesk_vector3(0.0f, -1.0f, 0.0f), 0.0f, nullptr},
-        corners,
-        triangle,
-        barycentric};
+    texel_query query{vesk_broadcast_columns(point.x, 10.0f, point.y),
+                      vesk_broadcast_columns(0.0f, -1.0f, 0.0f), corners, triangle, barycentric};
     return vesk_walk_reached(*node, query);
 }
 } // namespace

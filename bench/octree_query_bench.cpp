@@ -1,0 +1,230 @@
+#include "interleaved.h"
+#include "support/plain_query.h"
+#include "support/surface_meshes.h"
+
+#include <benchmark/benchmark.h>
+#include <string>
+
+// Rays and lines per second through the octree, beside the plain walk's on plain heap nodes.
+
+namespace
+{
+constexpr unsigned int triangle_count = 100000;
+constexpr unsigned int ray_count = 2048;
+
+enum class form
+{
+    any,
+    all,
+    closest
+};
+
+/// A mesh with its octree, and the same tree of plain heap nodes under a second mesh.
+struct scene
+{
+    explicit scene(void (*build)(surface &, unsigned int)) : plain_root(nullptr)
+    {
+        build(shape, triangle_count);
+        shape.show(mesh);
+        shape.show(plain_mesh);
+        mesh.generate_octree(depth_for(mesh), nullptr, nullptr);
+        plain_root = copy_plain(*mesh.octree);
+        plain_mesh.octree = plain_root;
+        plain_mesh.instance_octree = 1;
+    }
+
+    /// The least depth at which the nodes that hold triangles hold 16 at most on average.
+    static unsigned int depth_for(vesk_mesh &mesh)
+    {
+        for (unsigned int depth = 3;; ++depth)
+        {
+            mesh.generate_octree(depth, nullptr, nullptr);
+            unsigned int holders = 0, references = 0;
+            count(*mesh.octree, holders, references);
+            if (references <= 16 * holders)
+                return depth;
+        }
+    }
+
+    static void count(const vesk_octree_node_s &node, unsigned int &holders,
+                      unsigned int &references)
+    {
+        holders += node.triangles.count != 0;
+        references += node.triangles.count;
+        for (const vesk_octree_node_s *child : node.children)
+            if (child)
+                count(*child, holders, references);
+    }
+
+    static vesk_octree_node_s *copy_plain(const vesk_octree_node_s &from)
+    {
+        vesk_octree_node_s *to = new vesk_octree_node_s;
+        to->box = from.box;
+        for (unsigned int i = 0; i < from.triangles.count; ++i)
+            to->triangles.push_back(from.triangles[i]);
+        if (to->triangles.count)
+            to->triangles.trim();
+        for (unsigned int i = 0; i < 8; ++i)
+            if (from.children[i])
+                to->children[i] = copy_plain(*from.children[i]);
+        return to;
+    }
+
+    surface shape;
+    vesk_mesh mesh, plain_mesh;
+    vesk_octree_node_s *plain_root;
+};
+
+std::vector<plain::question> coherent_rays(bool lines)
+{
+    std::vector<plain::question> rays;
+    const unsigned int width = 64, height = ray_count / width;
+    for (unsigned int i = 0; i < ray_count; ++i)
+    {
+        const float x = static_cast<float>(i % width) / static_cast<float>(width) - 0.5f;
+        const float y = static_cast<float>(i / width) / static_cast<float>(height) - 0.5f;
+        rays.push_back({vesk_vector3(0.3f, 0.2f, -3.0f), vesk_vector3(x * 0.8f, y * 0.8f, 1.0f),
+                        lines, 4.0f, nullptr});
+    }
+    return rays;
+}
+
+std::vector<plain::question> incoherent_rays(bool lines)
+{
+    std::vector<plain::question> rays;
+    lcg random(99);
+    for (unsigned int i = 0; i < ray_count; ++i)
+    {
+        const vesk_vector3 origin = random.point(2.0f);
+        rays.push_back({origin, random.point(1.0f) - origin, lines, 1.0f, nullptr});
+    }
+    return rays;
+}
+
+struct hit_lists
+{
+    vesk_list<float> distances;
+    vesk_list<vesk_octree_triangle_s *> triangles;
+    vesk_list<vesk_vector2> barycentrics;
+
+    void empty()
+    {
+        distances.count = triangles.count = barycentrics.count = 0;
+    }
+};
+
+unsigned int ask(const vesk_mesh &mesh, const plain::question &q, form asked, hit_lists &hits)
+{
+    float distance;
+    vesk_octree_triangle_s triangle;
+    vesk_vector2 weights;
+    hits.empty();
+    int found = 0;
+    switch (asked)
+    {
+    case form::any:
+        found = q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, nullptr)
+                          : mesh.is_ray_intersect(q.origin, q.direction, nullptr);
+        break;
+    case form::all:
+        found = q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, hits.distances,
+                                                   hits.triangles, hits.barycentrics, nullptr)
+                          : mesh.is_ray_intersect(q.origin, q.direction, hits.distances,
+                                                  hits.triangles, hits.barycentrics, nullptr);
+        break;
+    case form::closest:
+        found = q.is_line ? mesh.is_line_intersect_closest(q.origin, q.direction, q.length,
+                                                           distance, triangle, weights, nullptr)
+                          : mesh.is_ray_intersect_closest(q.origin, q.direction, distance, triangle,
+                                                          weights, nullptr);
+        break;
+    }
+    return static_cast<unsigned int>(found) + hits.triangles.count;
+}
+
+unsigned int ask_plain(const vesk_mesh &mesh, const plain::question &q, form asked, hit_lists &hits)
+{
+    float distance;
+    vesk_octree_triangle_s triangle;
+    vesk_vector2 weights;
+    hits.empty();
+    int found = 0;
+    switch (asked)
+    {
+    case form::any:
+        found = plain::any(mesh, q);
+        break;
+    case form::all:
+        found = plain::all(mesh, q, hits.distances, hits.triangles, hits.barycentrics);
+        break;
+    case form::closest:
+        found = plain::closest(mesh, q, distance, triangle, weights);
+        break;
+    }
+    return static_cast<unsigned int>(found) + hits.triangles.count;
+}
+
+void compare(benchmark::State &state, const scene &s, const std::vector<plain::question> &rays,
+             form asked)
+{
+    hit_lists hits;
+    unsigned int found = 0, plain_found = 0;
+    run_interleaved(
+        state,
+        [&]
+        {
+            found = 0;
+            for (const plain::question &q : rays)
+                found += ask(s.mesh, q, asked, hits);
+        },
+        [&]
+        {
+            plain_found = 0;
+            for (const plain::question &q : rays)
+                plain_found += ask_plain(s.plain_mesh, q, asked, hits);
+        });
+    if (found != plain_found)
+        state.SkipWithError("the library and the plain walk disagree");
+    state.SetItemsProcessed(static_cast<std::int64_t>(rays.size()) * state.iterations());
+    state.counters["hits_per_query"] =
+        static_cast<double>(found) / static_cast<double>(rays.size());
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    const struct
+    {
+        const char *name;
+        void (*build)(surface &, unsigned int);
+    } shapes[] = {{"sphere", displaced_sphere}, {"terrain", terrain}, {"soup", scattered_soup}};
+    const struct
+    {
+        const char *name;
+        form asked;
+    } forms[] = {{"any", form::any}, {"all", form::all}, {"closest", form::closest}};
+
+    for (const auto &shape : shapes)
+    {
+        const scene *s = new scene(shape.build); // lives to the end of the program
+        for (const auto &f : forms)
+            for (const bool lines : {false, true})
+                for (const bool coherent : {true, false})
+                {
+                    const std::vector<plain::question> rays =
+                        coherent ? coherent_rays(lines) : incoherent_rays(lines);
+                    const std::string name = std::string(shape.name) + "/" + f.name +
+                                             (lines ? "/line" : "/ray") +
+                                             (coherent ? "/coherent" : "/incoherent");
+                    const form asked = f.asked;
+                    benchmark::RegisterBenchmark(name.c_str(),
+                                                 [s, rays, asked](benchmark::State &state)
+                                                 { compare(state, *s, rays, asked); })
+                        ->UseManualTime()
+                        ->Unit(benchmark::kMillisecond);
+                }
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+/// Sets of octants, by the halves of axes that rule them out: bits 0 to 2 of the index are the
+/// lower halves of x, y and z, bits 4 to 6 the upper ones; bits 3 and 7 mean nothing.
+struct vesk_octant_sets
+{
+    unsigned char sets[256];
+
+    constexpr unsigned int operator[](unsigned int halves) const
+    {
+        return sets[halves];
+    }
+};
+
+constexpr vesk_octant_sets vesk_make_octant_sets()
+{
+    vesk_octant_sets result = {};
+    for (unsigned int halves = 0; halves < 256; ++halves)
+        for (unsigned int octant = 0; octant < 8; ++octant)
+        {
+            // The bits of an octant run x, z, y.
+            const unsigned int upper = (octant & 1u) | (octant & 4u) >> 1 | (octant & 2u) << 1;
+            const unsigned int lower = ~upper & 7u;
+            if (halves & (lower | upper << 4))
+                result.sets[halves] =
+                    static_cast<unsigned char>(result.sets[halves] | 1u << octant);
+        }
+    return result;
+}
+
+constexpr vesk_octant_sets vesk_ruled_out_octants = vesk_make_octant_sets();
