@@ -1,85 +1,137 @@
-#include "spatial/ray_triangle.h"
 #include "spatial/tree_walk.h"
 #include "vesk/mesh.h"
 
 namespace
 {
-/// Bit i of the result tells whether the point lies in the rectangle of node i of four.
-unsigned int rects_around(const vesk_columns4 &point, const vesk_uv_lookup_node_s *const *nodes)
+float dot(const vesk_vector3 &a, const vesk_vector3 &b)
 {
-    static_assert(sizeof(vesk_quadtree_aa_bounding_rect_s) == 16, "a rectangle is read as four");
-    vesk_float4 rect[4];
-    for (unsigned int lane = 0; lane < 4; ++lane)
-        rect[lane] = vesk_load4(&nodes[lane]->bounding_rect);
-    const vesk_columns4 low = vesk_columns_of(rect[0], rect[1], rect[2], rect[3]);
-    const vesk_columns4 high = vesk_columns_from_1(rect[0], rect[1], rect[2], rect[3]);
-    return vesk_lane_bits(
-        ~((low.x > point.x) | (point.x > high.y) | (low.y > point.z) | (point.z > high.z)));
+    return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
 /// A texel's question: the first triangle below a point of the raster.
-struct texel_query
+class texel_query
 {
-    vesk_columns4 origin;
-    vesk_columns4 direction;
-    const vesk_vector3 *corners;
-    vesk_uv_lookup_triangle_s &triangle;
-    vesk_vector2 &barycentric;
-
-    unsigned int reach(const vesk_uv_lookup_node_s &node, const vesk_uv_lookup_node_s **reached)
+public:
+    texel_query(const vesk_vector3 *new_corners, const vesk_vector2 &new_point,
+                vesk_uv_lookup_triangle_s &new_triangle, vesk_vector2 &new_barycentric)
+        : corners(new_corners)
+        , point(new_point)
+        , triangle(new_triangle)
+        , barycentric(new_barycentric)
     {
-        // An absent child is stood in for by its parent, whose rectangle holds the point.
-        const vesk_uv_lookup_node_s *nodes[4];
-        unsigned int present = 0;
-        for (unsigned int i = 0; i < 4; ++i)
-        {
-            nodes[i] = node.children[i] ? node.children[i] : &node;
-            present |= (node.children[i] ? 1u : 0u) << i;
-        }
-        if (!present)
-            return 0;
-
-        present &= rects_around(origin, nodes);
-        unsigned int reached_count = 0;
-        for (unsigned int i = 4; i-- > 0;)
-        {
-            reached[reached_count] = nodes[i];
-            reached_count += present >> i & 1u;
-        }
-        return reached_count;
     }
 
     bool visit(const vesk_uv_lookup_node_s &node)
     {
-        return vesk_any_four_triangles(
-            node.triangles, corners,
-            [&](const vesk_triangles4 &four, vesk_uv_lookup_triangle_s *const *records,
-                unsigned int lanes)
-            {
-                vesk_triangle_hits4 hits;
-                lanes &= vesk_lane_bits(vesk_line_meets_triangles4(origin, direction, four, hits));
-                if (!lanes)
-                    return false;
-                unsigned int first = 0;
-                while (!(lanes >> first & 1u))
-                    ++first;
-                triangle = *records[first];
-                barycentric = vesk_vector2(hits.u[first], hits.v[first]);
-                return true;
-            });
+        const vesk_list<vesk_uv_lookup_triangle_s *> &list = node.triangles;
+        for (unsigned int i = 0; i < list.count; ++i)
+        {
+            const vesk_uv_lookup_triangle_s &record = *list[i];
+            const vesk_vector3 &a = corners[record.vertex_indices[0]];
+            const vesk_vector3 &b = corners[record.vertex_indices[1]];
+            const vesk_vector3 &c = corners[record.vertex_indices[2]];
+            if (is_beside(a, b, c) || !covers(a, b, c))
+                continue;
+            triangle = record;
+            return true;
+        }
+        return false;
+    }
+
+    unsigned int reach(const vesk_uv_lookup_node_s &node, const vesk_uv_lookup_node_s **reached)
+    {
+        unsigned int count = 0;
+        for (unsigned int i = 4; i-- > 0;)
+            if (node.children[i] && node.children[i]->bounding_rect.intersect_point(point))
+                reached[count++] = node.children[i];
+        return count;
+    }
+
+private:
+    const vesk_vector3 *corners;
+    const vesk_vector2 point;
+    vesk_uv_lookup_triangle_s &triangle;
+    vesk_vector2 &barycentric;
+
+    /// Throws most triangles out by their first weight. On corners of one height the full test
+    /// multiplies by zero a lot; without those products the determinant and the first weight are
+    /// the same numbers, but for the signs of zeros, which decide nothing here. Where a
+    /// coordinate is not finite both tests get a NaN, which passes, or agree.
+    bool is_beside(const vesk_vector3 &a, const vesk_vector3 &b, const vesk_vector3 &c) const
+    {
+        const float e1x = b.x - a.x, e1z = b.z - a.z;
+        const float e2x = c.x - a.x, e2z = c.z - a.z;
+        const float det = e1z * e2x - e1x * e2z;
+        const float u = ((point.y - a.z) * e2x - (point.x - a.x) * e2z) * (1.0f / det);
+        return (u < 0.0f || u > 1.0f) && a.y == 0.0f && b.y == 0.0f && c.y == 0.0f;
+    }
+
+    /// Möller and Trumbore 1997, two-sided, no epsilon, with a ray straight down on the raster's
+    /// plane. A comparison rejects only where it holds, so that a NaN passes everything.
+    bool covers(const vesk_vector3 &a, const vesk_vector3 &b, const vesk_vector3 &c)
+    {
+        const vesk_vector3 origin(point.x, 10.0f, point.y);
+        const vesk_vector3 direction(0.0f, -1.0f, 0.0f);
+        const vesk_vector3 e1 = b - a;
+        const vesk_vector3 e2 = c - a;
+        const vesk_vector3 h = vesk_vec_cross_product(direction, e2);
+        const float det = dot(e1, h);
+        if (det == 0.0f)
+            return false;
+        const float inv = 1.0f / det;
+        const vesk_vector3 s = origin - a;
+        barycentric.x = dot(s, h) * inv;
+        if (0.0f > barycentric.x || barycentric.x > 1.0f)
+            return false;
+        const vesk_vector3 q = vesk_vec_cross_product(s, e1);
+        barycentric.y = dot(direction, q) * inv;
+        return !(0.0f > barycentric.y || barycentric.x + barycentric.y > 1.0f);
     }
 };
 
-/// The ray runs straight down on the raster's plane. Where along it a triangle lies is no matter.
-int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s *node, const vesk_vector3 *corners,
+/// Goes down an own tree as long as one child alone holds the point, which is the rule: its
+/// rectangle follows from the parent's by splitting and is not read. True when a triangle was
+/// found on the way; otherwise `node` is null, or where the search goes on in full.
+bool descend(texel_query &query, const vesk_vector2 &point, const vesk_uv_lookup_node_s *&node)
+{
+    vesk_vector2 min = node->bounding_rect.min;
+    vesk_vector2 max = node->bounding_rect.max;
+    for (;;)
+    {
+        const float half_x = (max.x - min.x) * 0.5f, half_y = (max.y - min.y) * 0.5f;
+        const float middle_x = min.x + half_x, middle_y = min.y + half_y;
+        const float top_x = middle_x + half_x, top_y = middle_y + half_y;
+        const bool left = !(min.x > point.x || point.x > middle_x);
+        const bool right = !(middle_x > point.x || point.x > top_x);
+        const bool lower = !(min.y > point.y || point.y > middle_y);
+        const bool upper = !(middle_y > point.y || point.y > top_y);
+        if (left == right || lower == upper)
+            return false;
+
+        if (query.visit(*node))
+            return true;
+        node = node->children[(right ? 1 : 0) + (upper ? 2 : 0)];
+        if (!node)
+            return false;
+        (right ? min.x : max.x) = middle_x;
+        (upper ? min.y : max.y) = middle_y;
+        if (right)
+            max.x = top_x;
+        if (upper)
+            max.y = top_y;
+    }
+}
+
+int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s *node, bool is_own, const vesk_vector3 *corners,
                         const vesk_vector2 &point, vesk_uv_lookup_triangle_s &triangle,
                         vesk_vector2 &barycentric)
 {
     if (!node->bounding_rect.intersect_point(point))
         return 0;
-    texel_query query{vesk_broadcast_columns(point.x, 10.0f, point.y),
-                      vesk_broadcast_columns(0.0f, -1.0f, 0.0f), corners, triangle, barycentric};
-    return vesk_walk_reached(*node, query);
+    texel_query query(corners, point, triangle, barycentric);
+    if (is_own && descend(query, point, node))
+        return 1;
+    return node && vesk_walk_reached(*node, query);
 }
 } // namespace
 
@@ -96,6 +148,6 @@ int vesk_mesh::is_point_intersect_uv_lookup(const vesk_vector2 &point,
 {
     if (!uv_lookup_root)
         return 0;
-    return vesk_uv_lookup_walk(uv_lookup_root, uv_lookup_vertex_array, point, triangle,
-                               barycentric);
+    return vesk_uv_lookup_walk(uv_lookup_root, !instance_uv_lookup, uv_lookup_vertex_array, point,
+                               triangle, barycentric);
 }

@@ -118,6 +118,50 @@ TEST(UvLookupQuery, HostBuiltTreesOfAnyShapeGiveThePlainWalksAnswers)
     EXPECT_GT(found, 1600);
 }
 
+TEST(UvLookupQuery, OwnTreesGiveThePlainWalksAnswers)
+{
+    int found = 0;
+    for (unsigned int seed = 0; seed < 24; ++seed)
+    {
+        const unsigned int triangle_count = seed * 4;
+        soup s(soup_kind::scattered, triangle_count, seed);
+        std::vector<vesk_vector2> uvs(triangle_count * 3);
+        for (unsigned int i = 0; i < triangle_count * 3; ++i)
+        {
+            const vesk_vector2 centre(s.random.between(0.0f, 1.0f), s.random.between(0.0f, 1.0f));
+            uvs[i] = i % 3 == 0 ? centre
+                                : uvs[i / 3 * 3] + vesk_vector2(s.random.between(-0.3f, 0.3f),
+                                                                s.random.between(-0.3f, 0.3f));
+            if (seed % 3 == 0) // texel centres on edges, corners and seams
+                uvs[i] = vesk_vector2((static_cast<float>(s.random.below(17)) + 0.5f) / 16.0f,
+                                      (static_cast<float>(s.random.below(17)) + 0.5f) / 16.0f);
+            if (seed % 5 == 4 && s.random.below(9) == 0)
+                uvs[i][s.random.below(2)] = s.random.special();
+            s.words[i / 3 * 7 + 3 + i % 3] = i;
+        }
+        s.mesh.uv_array = uvs.data();
+        ASSERT_EQ(s.mesh.generate_uv_lookup_quadtree(16, 16, seed % 6, 0, 0, nullptr, nullptr), 1);
+        for (int i = 0; i < 600 && !HasFailure(); ++i)
+        {
+            SCOPED_TRACE(testing::Message() << "seed " << seed << ", point " << i);
+            vesk_vector2 point(s.random.between(-1.0f, 17.0f), s.random.between(-1.0f, 17.0f));
+            if (i % 2)
+                point = vesk_vector2(static_cast<float>(s.random.below(17)),
+                                     static_cast<float>(s.random.below(17)));
+            if (i % 8 == 0) // the borders of quadrants
+                point = s.mesh.uv_lookup_root->bounding_rect.min +
+                        (s.mesh.uv_lookup_root->bounding_rect.max -
+                         s.mesh.uv_lookup_root->bounding_rect.min) *
+                            0.5f;
+            if (i % 16 == 3)
+                point[s.random.below(2)] = s.random.special();
+            compare(s.mesh, point, found);
+        }
+        s.mesh.free_uv_lookup_quadtree();
+    }
+    EXPECT_GT(found, 4000);
+}
+
 TEST(UvLookupQuery, EdgesOfTheRectangleAreInsideAndNanIsNotRejected)
 {
     vesk_quadtree_aa_bounding_rect_s rect;
