@@ -32,6 +32,12 @@ const float grid_numbers[] = {0.0f,
 
 constexpr unsigned int random_count = 4000;
 
+/// Of far larger angles the platforms' libraries make different turns: docs/portability.md.
+bool is_promised_angle(float radians)
+{
+    return !(vesk_fabs(radians) > 4294967296.0f && vesk_fabs(radians) <= 3.4028235e38f);
+}
+
 template <typename V> V random_vector(test_random &random, unsigned int size)
 {
     V v;
@@ -73,12 +79,15 @@ void fold_scalars(digest &out)
 {
     for (const float a : grid_numbers)
     {
+        if (is_promised_angle(a))
+        {
+            out.add(vesk_sine(a));
+            out.add(vesk_cosine(a));
+        }
         out.add(vesk_degree_to_radian(a));
         out.add(vesk_degree_to_half_radian(a));
         out.add(vesk_radian_to_degree(a));
         out.add(vesk_square_root(a));
-        out.add(vesk_sine(a));
-        out.add(vesk_cosine(a));
         out.add(vesk_arccosine(a));
         out.add(vesk_arctangent(a));
         out.add(vesk_fabs(a));
@@ -89,7 +98,8 @@ void fold_scalars(digest &out)
             out.add(vesk_exponent(a, b));
             out.add(vesk_mod(a, b));
             out.add(vesk_minimum_distance_between_angles(a, b));
-            out.add(vesk_maximize_angles(a, b));
+            if (is_promised_angle(a) && is_promised_angle(b))
+                out.add(vesk_maximize_angles(a, b));
             for (const float c : grid_numbers)
             {
                 out.add(vesk_is_angle_in_range(a, b, c));

@@ -1,13 +1,13 @@
 #include "files/fbx/transform.h"
 
+#include "files/fbx/sine.h"
+
 #include <cmath>
 
 namespace vesk_fbx
 {
 namespace
 {
-constexpr double radians_per_degree = 3.14159265358979323846 / 180.0;
-
 vector3 operator+(const vector3 &a, const vector3 &b)
 {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
@@ -38,9 +38,7 @@ matrix3 scaled(const matrix3 &a, const vector3 &scale)
 
 matrix3 axis_rotation(int axis, double degrees)
 {
-    const double angle = degrees * radians_per_degree;
-    const double s = std::sin(angle);
-    const double c = std::cos(angle);
+    const auto [s, c] = sine_cosine_of_degrees(degrees);
     const int u = (axis + 1) % 3;
     const int v = (axis + 2) % 3;
     matrix3 result;
