@@ -19,6 +19,7 @@ echo "find_package"
 cmake -S "$root/tests/consumer/find_package" -B "$scratch/a" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/a" >/dev/null
 "$scratch/a/host"
+"$scratch/a/debug_host"
 
 echo "pkg-config"
 export PKG_CONFIG_PATH=$libdir/pkgconfig
