@@ -202,6 +202,18 @@ public:
     bool visit(const vesk_octree_node_s &node)
     {
         const vesk_list<vesk_octree_triangle_s *> &list = node.triangles;
+        if (list.count <= capacity - waiting_count && !list.reversed)
+        {
+            vesk_octree_triangle_s *const *from = list.data;
+            vesk_octree_triangle_s **to = waiting + waiting_count;
+            for (unsigned int i = 0; i < list.count; ++i)
+            {
+                __builtin_prefetch(from[i]);
+                to[i] = from[i];
+            }
+            waiting_count += list.count;
+            return waiting_count >= threshold && test_waiting();
+        }
         for (unsigned int i = 0; i < list.count; ++i)
         {
             vesk_octree_triangle_s *record = list.data[list.reversed ? list.count - 1 - i : i];

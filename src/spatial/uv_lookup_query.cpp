@@ -30,7 +30,7 @@ public:
             const vesk_vector3 &a = corners[record.vertex_indices[0]];
             const vesk_vector3 &b = corners[record.vertex_indices[1]];
             const vesk_vector3 &c = corners[record.vertex_indices[2]];
-            if (is_beside(a, b, c) || !covers(a, b, c))
+            if (!covers(a, b, c))
                 continue;
             triangle = record;
             return true;
@@ -52,19 +52,6 @@ private:
     const vesk_vector2 point;
     vesk_uv_lookup_triangle_s &triangle;
     vesk_vector2 &barycentric;
-
-    /// Throws most triangles out by their first weight. On corners of one height the full test
-    /// multiplies by zero a lot; without those products the determinant and the first weight are
-    /// the same numbers, but for the signs of zeros, which decide nothing here. Where a
-    /// coordinate is not finite both tests get a NaN, which passes, or agree.
-    bool is_beside(const vesk_vector3 &a, const vesk_vector3 &b, const vesk_vector3 &c) const
-    {
-        const float e1x = b.x - a.x, e1z = b.z - a.z;
-        const float e2x = c.x - a.x, e2z = c.z - a.z;
-        const float det = e1z * e2x - e1x * e2z;
-        const float u = ((point.y - a.z) * e2x - (point.x - a.x) * e2z) * (1.0f / det);
-        return (u < 0.0f || u > 1.0f) && a.y == 0.0f && b.y == 0.0f && c.y == 0.0f;
-    }
 
     /// Möller and Trumbore 1997, two-sided, no epsilon, with a ray straight down on the raster's
     /// plane. A comparison rejects only where it holds, so that a NaN passes everything.
@@ -89,37 +76,51 @@ private:
     }
 };
 
-/// Goes down an own tree as long as one child alone holds the point, which is the rule: its
-/// rectangle follows from the parent's by splitting and is not read. True when a triangle was
-/// found on the way; otherwise `node` is null, or where the search goes on in full.
+/// The one child of a node of an own tree whose rectangle holds the point, read or not, there or
+/// not. False when several do, or none. The rectangles follow from the parent's by splitting.
+/// Branches, since neighbouring texels take the same ones: the way down is then guessed right and
+/// waits for no arithmetic.
+bool find_quadrant(const vesk_uv_lookup_node_s &node, const vesk_vector2 &point,
+                   const vesk_uv_lookup_node_s *&child)
+{
+    const vesk_vector2 &min = node.bounding_rect.min, &max = node.bounding_rect.max;
+    const float half_x = (max.x - min.x) * 0.5f, half_y = (max.y - min.y) * 0.5f;
+    const float middle_x = min.x + half_x, middle_y = min.y + half_y;
+    if (min.x <= point.x && point.x < middle_x)
+    {
+        if (min.y <= point.y && point.y < middle_y)
+            child = node.children[0];
+        else if (middle_y < point.y && point.y <= middle_y + half_y)
+            child = node.children[2];
+        else
+            return false;
+        return true;
+    }
+    if (middle_x < point.x && point.x <= middle_x + half_x)
+    {
+        if (min.y <= point.y && point.y < middle_y)
+            child = node.children[1];
+        else if (middle_y < point.y && point.y <= middle_y + half_y)
+            child = node.children[3];
+        else
+            return false;
+        return true;
+    }
+    return false;
+}
+
+/// Goes down an own tree as long as one child alone holds the point, which is the rule. True when
+/// a triangle was found on the way; otherwise `node` is null, or where the search goes on in full.
 bool descend(texel_query &query, const vesk_vector2 &point, const vesk_uv_lookup_node_s *&node)
 {
-    vesk_vector2 min = node->bounding_rect.min;
-    vesk_vector2 max = node->bounding_rect.max;
-    for (;;)
+    const vesk_uv_lookup_node_s *child;
+    while (node && find_quadrant(*node, point, child))
     {
-        const float half_x = (max.x - min.x) * 0.5f, half_y = (max.y - min.y) * 0.5f;
-        const float middle_x = min.x + half_x, middle_y = min.y + half_y;
-        const float top_x = middle_x + half_x, top_y = middle_y + half_y;
-        const bool left = !(min.x > point.x || point.x > middle_x);
-        const bool right = !(middle_x > point.x || point.x > top_x);
-        const bool lower = !(min.y > point.y || point.y > middle_y);
-        const bool upper = !(middle_y > point.y || point.y > top_y);
-        if (left == right || lower == upper)
-            return false;
-
         if (query.visit(*node))
             return true;
-        node = node->children[(right ? 1 : 0) + (upper ? 2 : 0)];
-        if (!node)
-            return false;
-        (right ? min.x : max.x) = middle_x;
-        (upper ? min.y : max.y) = middle_y;
-        if (right)
-            max.x = top_x;
-        if (upper)
-            max.y = top_y;
+        node = child;
     }
+    return false;
 }
 
 int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s *node, bool is_own, const vesk_vector3 *corners,
