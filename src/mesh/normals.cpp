@@ -327,7 +327,9 @@ private:
 
     void store_position(const vesk_vector3 &position)
     {
-        std::memcpy(positions[count], &position, sizeof(position));
+        positions[count][0] = position.x;
+        positions[count][1] = position.y;
+        positions[count][2] = position.z;
     }
 
     running_normal running[capacity];
