@@ -75,7 +75,12 @@ public:
     unsigned int *uv_lookup_index_array;   ///< lookup records, seven words a triangle
     vesk_uv_lookup_node_s *uv_lookup_root; ///< root of the quadtree, or null
 
-    vesk_octree_node_s *octree; ///< root of the octree, or null
+    /// Root of the octree, or null. An own tree is for reading: its nodes and lists lie in storage
+    /// that the mesh releases as a whole, so a host never destroys, grows or releases one of them,
+    /// and copies a node by assignment. A tree of the host's own nodes is lent by
+    /// `set_instance_octree` and never put here with `instance_octree` at 0. The same goes for
+    /// `uv_lookup_root`.
+    vesk_octree_node_s *octree;
 
     vesk_list<wchar_t *> error_stack; ///< messages, oldest first; each string is the mesh's own
 
@@ -403,6 +408,14 @@ public:
     ///   - "Failed to add any triangles to the octree root node. Subsets not found."
     ///   - "Memory Allocation Error: Failed to allocate octree root node.": also for a negative
     ///     depth, fewer than 3 selected triangles of a larger mesh, and a stop at the first poll
+    ///
+    /// When memory is short below the root, triangles stay in the parent of the node that it was
+    /// short for; none is lost. A corner with a NaN coordinate keeps its triangle out of the tree.
+    ///
+    /// Cost: about n log n. Nothing but `max_depth` bounds the depth: three triangles that share a
+    /// spot split down to it, and once boxes have no size left, after 24 levels or so, every level
+    /// may have eight times the nodes of the one above. Give such meshes a callback. No depth costs
+    /// machine stack; each level takes about 450 bytes while it is built.
     int generate_octree(unsigned int max_depth, const vesk_list<unsigned int> *subsets,
                         int (*cancel_callback)(void));
 

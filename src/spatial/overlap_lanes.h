@@ -79,7 +79,7 @@ vesk_lanes_plane_misses(const vesk_lane_vector<Lanes> &e0, const vesk_lane_vecto
 // The rows from `row` on. A flat triangle has no edge axis but along y: the other projections and
 // their radius are zero, and its plane runs through the middle of the box.
 template <typename Lanes, bool is_flat>
-unsigned int vesk_test_overlap_rows(const vesk_overlap_pairs::row *row)
+unsigned int vesk_test_overlap_rows(const vesk_overlap_pair *row)
 {
     constexpr unsigned x = 0, y = 1, z = 2;
     vesk_lane_vector<Lanes> a, b, c, half;
@@ -110,10 +110,10 @@ unsigned int vesk_test_overlap_rows(const vesk_overlap_pairs::row *row)
 }
 
 template <typename Lanes, bool is_flat>
-std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_pairs &pairs)
+std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_pair *pairs, unsigned int count)
 {
     std::uint64_t hits = 0;
-    for (unsigned int i = 0; i < pairs.count; i += Lanes::count)
-        hits |= std::uint64_t{vesk_test_overlap_rows<Lanes, is_flat>(pairs.rows + i)} << i;
+    for (unsigned int i = 0; i < count; i += Lanes::count)
+        hits |= std::uint64_t{vesk_test_overlap_rows<Lanes, is_flat>(pairs + i)} << i;
     return hits;
 }

@@ -19,7 +19,7 @@ struct four_lanes
     // The first three columns of four rows, `stride` floats apart.
     static void transpose(const vesk_float4 *rows, value *columns)
     {
-        constexpr unsigned int stride = sizeof(vesk_overlap_pairs::row) / sizeof(vesk_float4);
+        constexpr unsigned int stride = sizeof(vesk_overlap_pair) / sizeof(vesk_float4);
         const vesk_columns4 xyz =
             vesk_columns_of(rows[0], rows[stride], rows[2 * stride], rows[3 * stride]);
         columns[0] = xyz.x;
@@ -28,14 +28,14 @@ struct four_lanes
     }
 };
 
-std::uint64_t test_by_four(const vesk_overlap_pairs &pairs)
+std::uint64_t test_by_four(const vesk_overlap_pair *pairs, unsigned int count)
 {
-    return vesk_test_overlap_pairs<four_lanes, false>(pairs);
+    return vesk_test_overlap_pairs<four_lanes, false>(pairs, count);
 }
 
-std::uint64_t test_flat_by_four(const vesk_overlap_pairs &pairs)
+std::uint64_t test_flat_by_four(const vesk_overlap_pair *pairs, unsigned int count)
 {
-    return vesk_test_overlap_pairs<four_lanes, true>(pairs);
+    return vesk_test_overlap_pairs<four_lanes, true>(pairs, count);
 }
 } // namespace
 

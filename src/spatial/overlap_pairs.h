@@ -112,33 +112,19 @@ inline vesk_octant_glance vesk_glance_at_octants(const vesk_octant_boxes &boxes,
     return {vesk_octants_of_axes.octants[near_axes], vesk_octants_of_axes.octants[inside_axes]};
 }
 
-/// Pairs of a triangle and a box that await the edge axes and the plane, tested several at once:
-/// lane for lane the operations of the plain test. For tame triangles and boxes that are not
-/// separated on a box axis.
-struct vesk_overlap_pairs
+/// A pair of a triangle and a box that awaits the edge axes and the plane: the corners in the box's
+/// frame, and the half size. For tame triangles and boxes that are not separated on a box axis.
+struct vesk_overlap_pair
 {
-    static constexpr unsigned int capacity = 64;
-
-    /// A pair: the corners in the box's frame, and the half size.
-    struct row
-    {
-        vesk_float4 a, b, c, half;
-    };
-
-    row rows[capacity];
-    unsigned int count;
-
-    /// Appends a pair; there is room for it.
-    void push(const vesk_corners4 &triangle, vesk_float4 centre, vesk_float4 half)
-    {
-        rows[count] = {triangle.a - centre, triangle.b - centre, triangle.c - centre, half};
-        ++count;
-    }
+    vesk_float4 a, b, c, half;
 };
 
-/// Tests all pairs; bit i of the result is set when pair i overlaps. Rows behind the last pair may
-/// be read.
-using vesk_overlap_test = std::uint64_t (*)(const vesk_overlap_pairs &pairs);
+/// The most pairs that one call tests.
+constexpr unsigned int vesk_overlap_pair_capacity = 64;
+
+/// Tests some pairs, several at once: lane for lane the operations of the plain test. Bit i of the
+/// result is set when pair i overlaps. Pairs behind the last one, up to the capacity, may be read.
+using vesk_overlap_test = std::uint64_t (*)(const vesk_overlap_pair *pairs, unsigned int count);
 
 /// The fastest test that this processor runs. A flat one is for triangles with y = 0 in all
 /// corners and boxes around y = 0.

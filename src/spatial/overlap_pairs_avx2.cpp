@@ -23,7 +23,7 @@ struct eight_lanes
 
     static void transpose(const vesk_float4 *rows, value *columns)
     {
-        constexpr unsigned int stride = sizeof(vesk_overlap_pairs::row) / sizeof(vesk_float4);
+        constexpr unsigned int stride = sizeof(vesk_overlap_pair) / sizeof(vesk_float4);
         __m256 pair[4];
         for (unsigned int i = 0; i < 4; ++i)
             pair[i] = _mm256_insertf128_ps(_mm256_castps128_ps256(rows[i * stride]),
@@ -38,14 +38,14 @@ struct eight_lanes
     }
 };
 
-std::uint64_t test_by_eight(const vesk_overlap_pairs &pairs)
+std::uint64_t test_by_eight(const vesk_overlap_pair *pairs, unsigned int count)
 {
-    return vesk_test_overlap_pairs<eight_lanes, false>(pairs);
+    return vesk_test_overlap_pairs<eight_lanes, false>(pairs, count);
 }
 
-std::uint64_t test_flat_by_eight(const vesk_overlap_pairs &pairs)
+std::uint64_t test_flat_by_eight(const vesk_overlap_pair *pairs, unsigned int count)
 {
-    return vesk_test_overlap_pairs<eight_lanes, true>(pairs);
+    return vesk_test_overlap_pairs<eight_lanes, true>(pairs, count);
 }
 } // namespace
 

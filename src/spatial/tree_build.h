@@ -184,7 +184,8 @@ private:
             opened->before = before;
             opened->before_node = nodes.here();
             opened->list = list;
-            opened->overlaps = scratch.template take_array<std::uint8_t>(list.count);
+            opened->overlaps =
+                scratch.template take_array<std::uint8_t>(std::size_t{list.count} * 2);
             opened->next_child = 0;
             opened->depth = depth;
             opened->is_stopped = false;
@@ -199,7 +200,11 @@ private:
 
     bool begin_node(level &at, const box &space)
     {
-        overlap_finder.find(at.list.data, at.list.count, at.boxes, at.overlaps);
+        // Of a leaf only the order of its triangles shows, and each comes with its lowest child.
+        // With a callback the lists of its children show as well, in the polls.
+        const bool lowest_is_enough = at.depth == 0 && !cancel_callback;
+        overlap_finder.find(at.list.data, at.list.count, at.boxes, at.overlaps,
+                            lowest_is_enough ? at.overlaps + at.list.count : nullptr);
         count_child_lists(at);
         at.expected = 0;
         for (unsigned int child = 0; at.depth > 0 && child < child_count; ++child)

@@ -18,12 +18,14 @@ public:
         , test(vesk_pick_overlap_test(Tree::is_flat))
         , boxes_are_tame(Tree::is_tame(root))
     {
-        pairs.count = 0;
     }
 
     /// Writes a byte for each triangle: bit k is set when it touches `boxes[k]`.
+    ///
+    /// @param remaining null, or another byte for each triangle to work with: then no more than the
+    ///   lowest bit of each answer is sure, which takes fewer tests
     void find(const std::uint32_t *triangles, std::uint32_t count, const box *boxes,
-              std::uint8_t *overlaps)
+              std::uint8_t *overlaps, std::uint8_t *remaining)
     {
         if (!boxes_are_tame)
         {
@@ -32,43 +34,64 @@ public:
             return;
         }
 
+        // A byte may alias anything: what the loop reads is better its own.
+        const Tree source = tree;
         const vesk_octant_boxes octants = Tree::octants_of(boxes);
+        unsigned int pair_count = 0;
         for (std::uint32_t i = 0; i < count; ++i)
         {
-            const vesk_corners4 corners = tree.corners_of(triangles[i]);
-            if (!tree.all_tame && !vesk_is_tame(corners))
+            const vesk_corners4 corners = source.corners_of(triangles[i]);
+            if (!source.all_tame && !vesk_is_tame(corners))
             {
                 overlaps[i] = overlaps_one_by_one(triangles[i], boxes);
+                if (remaining)
+                    remaining[i] = 0;
                 continue;
             }
             const vesk_octant_glance glance = vesk_glance_at_octants(octants, corners);
             overlaps[i] = static_cast<std::uint8_t>(glance.inside & all_children);
-            for (unsigned int open = glance.near & ~glance.inside & all_children; open;
-                 open &= open - 1)
-                add_pair(corners, octants, static_cast<unsigned int>(__builtin_ctz(open)),
-                         overlaps + i);
-            if (pairs.count > vesk_overlap_pairs::capacity - child_count)
-                test_pairs();
+            unsigned int open = glance.near & ~glance.inside & all_children;
+            if (remaining)
+            {
+                const unsigned int lowest_inside = glance.inside & -glance.inside;
+                open &= lowest_inside - 1;
+                remaining[i] = static_cast<std::uint8_t>(open & (open - 1));
+                // Most have one. No branch can be told right here, so one is put at any rate.
+                put_pair(pair_count, corners, octants, open | 1u << 7, i);
+                pair_count += open != 0;
+            }
+            else
+            {
+                for (; open; open &= open - 1)
+                    put_pair(pair_count++, corners, octants, open, i);
+            }
+            if (pair_count > vesk_overlap_pair_capacity - child_count)
+            {
+                test_pairs(pair_count, overlaps);
+                pair_count = 0;
+            }
         }
-        test_pairs();
+        test_pairs(pair_count, overlaps);
+        if (remaining)
+            find_remaining(triangles, count, octants, overlaps, remaining);
     }
 
 private:
     static constexpr unsigned int child_count = Tree::child_count;
     static constexpr unsigned int all_children = (1u << child_count) - 1;
 
-    // Where the answer to a pair goes.
+    // Where the answer to a pair goes: a byte, and a bit of it.
     struct target
     {
-        std::uint8_t *overlaps;
-        std::uint8_t bit;
+        std::uint32_t triangle;
+        std::uint32_t octant;
     };
 
     const Tree &tree;
     vesk_overlap_test test;
     bool boxes_are_tame;
-    vesk_overlap_pairs pairs;
-    target targets[vesk_overlap_pairs::capacity];
+    vesk_overlap_pair pairs[vesk_overlap_pair_capacity];
+    target targets[vesk_overlap_pair_capacity];
 
     std::uint8_t overlaps_one_by_one(std::uint32_t triangle, const box *boxes) const
     {
@@ -79,19 +102,55 @@ private:
         return static_cast<std::uint8_t>(found);
     }
 
-    void add_pair(const vesk_corners4 &corners, const vesk_octant_boxes &octants,
-                  unsigned int octant, std::uint8_t *overlaps)
+    void put_pair(unsigned int place, const vesk_corners4 &corners,
+                  const vesk_octant_boxes &octants, unsigned int open, std::uint32_t triangle)
     {
-        targets[pairs.count] = {overlaps, static_cast<std::uint8_t>(1u << octant)};
-        pairs.push(corners, octants.centre[octant], octants.half[octant]);
+        const unsigned int octant = static_cast<unsigned int>(__builtin_ctz(open));
+        const vesk_float4 centre = octants.centre[octant];
+        pairs[place] = {corners.a - centre, corners.b - centre, corners.c - centre,
+                        octants.half[octant]};
+        targets[place] = {triangle, octant};
     }
 
-    void test_pairs()
+    // Takes the next box of those triangles that have missed all boxes before it, until none is
+    // left over.
+    void find_remaining(const std::uint32_t *triangles, std::uint32_t count,
+                        const vesk_octant_boxes &octants, std::uint8_t *overlaps,
+                        std::uint8_t *remaining)
     {
-        const std::uint64_t hits = test(pairs);
-        for (unsigned int i = 0; i < pairs.count; ++i)
-            if (hits >> i & 1)
-                *targets[i].overlaps |= targets[i].bit;
-        pairs.count = 0;
+        bool is_any_left = true;
+        while (is_any_left)
+        {
+            is_any_left = false;
+            unsigned int pair_count = 0;
+            for (std::uint32_t i = 0; i < count; ++i)
+            {
+                const unsigned int open = remaining[i];
+                if (!open)
+                    continue;
+                remaining[i] = static_cast<std::uint8_t>(open & (open - 1));
+                if (overlaps[i] & ((open & -open) - 1))
+                {
+                    remaining[i] = 0;
+                    continue;
+                }
+                is_any_left = true;
+                put_pair(pair_count++, tree.corners_of(triangles[i]), octants, open, i);
+                if (pair_count == vesk_overlap_pair_capacity)
+                {
+                    test_pairs(pair_count, overlaps);
+                    pair_count = 0;
+                }
+            }
+            test_pairs(pair_count, overlaps);
+        }
+    }
+
+    void test_pairs(unsigned int pair_count, std::uint8_t *overlaps) const
+    {
+        std::uint64_t hits = test(pairs, pair_count);
+        for (unsigned int i = 0; i < pair_count; ++i, hits >>= 1)
+            overlaps[targets[i].triangle] |=
+                static_cast<std::uint8_t>((hits & 1) << targets[i].octant);
     }
 };
