@@ -121,7 +121,8 @@ void fold_scalars(digest &out)
         out.add(vesk_exponent(vesk_fabs(angle), part));
         out.add(vesk_mod(angle, vesk_fabs(part)));
         out.add(vesk_round(vesk_fabs(angle)));
-        out.add(vesk_mod(random.next(), random.below(3)));
+        const unsigned int value = random.next();
+        out.add(vesk_mod(value, random.below(3)));
         out.add(vesk_abs(static_cast<int>(random.below(1000)) - 500));
     }
 }
@@ -172,8 +173,9 @@ void fold_matrices(digest &out)
         const float angle = random.between(-7.0f, 7.0f);
         const vesk_vector3 v = random_vector<vesk_vector3>(random, 3);
         const vesk_vector3 axis = vesk_vec_normalize(random.point(-1.0f, 1.0f));
-        vesk_matrix33 a(random.point(-2.0f, 2.0f), random.point(-2.0f, 2.0f),
-                        random.point(-2.0f, 2.0f));
+        vesk_matrix33 a;
+        for (unsigned int row = 0; row < 3; ++row)
+            a[row] = random.point(-2.0f, 2.0f);
         vesk_matrix33 b = vesk_matrix33_rotate(i % 4, angle);
         out.add(b);
         vesk_matrix33_rotate_on_arbitrary_axis(axis, angle, b);
@@ -211,10 +213,10 @@ void fold_quaternions(digest &out)
     for (unsigned int i = 0; i < random_count; ++i)
     {
         const vesk_vector3 axis = vesk_vec_normalize(random.point(-1.0f, 1.0f));
-        vesk_quaternion a(random.between(-400.0f, 400.0f), axis);
+        const vesk_quaternion a(random.between(-400.0f, 400.0f), axis);
         vesk_quaternion b;
-        b.from_euler(random.between(-180.0f, 180.0f), random.between(-180.0f, 180.0f),
-                     random.between(-180.0f, 180.0f));
+        const vesk_vector3 angles = random.point(-180.0f, 180.0f);
+        b.from_euler(angles.x, angles.y, angles.z);
         const float t = random.between(-0.5f, 1.5f);
         out.add(a);
         out.add(b);
