@@ -395,6 +395,15 @@ public:
 
     /// @}
     /// @name Octree: rays and lines
+    /// Without a tree every query answers 0; the closest forms then still set `distance` to the
+    /// largest float. Positions are those of `vertex_array` at the moment, boxes those of the
+    /// tree. The boxes of an own tree are taken to be what `split_into_eight` made of the root's:
+    /// a host that wants other boxes lends a tree of its own, whose boxes are read as they stand.
+    ///
+    /// Queries push no messages and allocate nothing but the growth of the caller's lists. A hit
+    /// that one of the three lists has no memory for enters none of them and still counts for
+    /// the result. Limits are read once, before anything is written. Walks need about 5 KB of
+    /// stack, and 4 KB more for every 70 levels that a tree is deeper than that, at the most.
     /// @{
 
     /// Builds the octree over all triangles, or over those of some subsets.
@@ -481,6 +490,8 @@ public:
 
     /// @}
     /// @name UV lookup: texels to triangles
+    /// As with the octree, the rectangles of an own quadtree are taken to be what
+    /// `split_into_four` made of the root's, and those of a borrowed one are read as they stand.
     /// @{
 
     /// Flattens the current UV channel into a raster and builds the quadtree over it.
