@@ -1,5 +1,6 @@
 #include "support/bake.h"
 
+#include "support/console.h"
 #include "support/surface.h"
 
 #include <cmath>
@@ -94,9 +95,22 @@ void pad_once(picture &target, std::vector<char> &painted)
 }
 } // namespace
 
-picture bake_texture(const vesk_mesh &mesh, bake_kind kind, unsigned int padding,
-                     const std::function<void(double)> &progress)
+const char *name_of(bake_kind kind)
 {
+    switch (kind)
+    {
+    case bake_kind::normal:
+        return "normal";
+    case bake_kind::position:
+        return "position";
+    default:
+        return "occlusion";
+    }
+}
+
+picture bake_texture(const vesk_mesh &mesh, bake_kind kind, unsigned int padding)
+{
+    progress_bar bar(name_of(kind));
     picture target(mesh.get_uv_lookup_width(), mesh.get_uv_lookup_height());
     std::vector<char> painted(static_cast<std::size_t>(target.width) * target.height);
     const unsigned int *records = mesh.get_index_array();
@@ -116,8 +130,7 @@ picture bake_texture(const vesk_mesh &mesh, bake_kind kind, unsigned int padding
             paint(mesh, kind, point, target, column, row);
             painted[static_cast<std::size_t>(row) * target.width + column] = 1;
         }
-        if (progress)
-            progress(static_cast<double>(row) / target.height);
+        bar.show(static_cast<double>(row) / target.height);
     }
     for (unsigned int round = 0; round < padding; ++round)
         pad_once(target, painted);

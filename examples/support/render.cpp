@@ -1,5 +1,6 @@
 #include "support/render.h"
 
+#include "support/console.h"
 #include "support/surface.h"
 
 #include <algorithm>
@@ -10,16 +11,6 @@
 namespace
 {
 const vesk_vector3 light_direction = vesk_vec_normalize(vesk_vector3(0.5f, 0.9f, 0.6f));
-
-vesk_vector3 ray_direction(const camera &from, const picture &target, unsigned int column,
-                           unsigned int row)
-{
-    const float step = 2.0f * from.half_width / static_cast<float>(target.width);
-    const float x = (static_cast<float>(column) + 0.5f) * step - from.half_width;
-    const float y =
-        (static_cast<float>(target.height) * 0.5f - static_cast<float>(row) - 0.5f) * step;
-    return vesk_vec_normalize(from.forward + x * from.right + y * from.up);
-}
 
 /// A tone for each subset, so that parts tell apart.
 vesk_vector3 tone_of(const vesk_mesh &mesh, unsigned int record_offset)
@@ -38,7 +29,7 @@ vesk_vector3 tone_of(const vesk_mesh &mesh, unsigned int record_offset)
 void shade(const vesk_mesh &mesh, const camera &from, picture &target, unsigned int column,
            unsigned int row)
 {
-    const vesk_vector3 direction = ray_direction(from, target, column, row);
+    const vesk_vector3 direction = pixel_direction(from, target.width, target.height, column, row);
     float ahead = 0.0f;
     float distance;
     vesk_octree_triangle_s triangle;
@@ -74,16 +65,27 @@ camera camera_around(const vesk_mesh &mesh, const vesk_vector3 &from_direction)
     from.forward = -vesk_vec_normalize(from_direction);
     from.right =
         vesk_vec_normalize(vesk_vec_cross_product(from.forward, vesk_vector3(0.0f, 1.0f, 0.0f)));
+    if (from.right.is_zero()) // straight from above or below
+        from.right = vesk_vector3(1.0f, 0.0f, 0.0f);
     from.up = vesk_vec_cross_product(from.right, from.forward);
     from.half_width = 0.36f;
     from.eye = middle - from.forward * (box_radius(mesh) * 1.95f);
     return from;
 }
 
-picture render_mesh(const vesk_mesh &mesh, const camera &from, unsigned int width,
-                    unsigned int height, unsigned int threads,
-                    const std::function<void(double)> &progress)
+vesk_vector3 pixel_direction(const camera &from, unsigned int width, unsigned int height,
+                             unsigned int column, unsigned int row)
 {
+    const float step = 2.0f * from.half_width / static_cast<float>(width);
+    const float x = (static_cast<float>(column) + 0.5f) * step - from.half_width;
+    const float y = (static_cast<float>(height) * 0.5f - static_cast<float>(row) - 0.5f) * step;
+    return vesk_vec_normalize(from.forward + x * from.right + y * from.up);
+}
+
+picture render_mesh(const vesk_mesh &mesh, const camera &from, unsigned int width,
+                    unsigned int height, unsigned int threads)
+{
+    progress_bar bar("render");
     picture target(width, height);
     std::atomic<unsigned int> next_row{0};
     const auto work = [&](bool reports)
@@ -92,8 +94,8 @@ picture render_mesh(const vesk_mesh &mesh, const camera &from, unsigned int widt
         {
             for (unsigned int column = 0; column < width; ++column)
                 shade(mesh, from, target, column, row);
-            if (reports && progress)
-                progress(static_cast<double>(row) / height);
+            if (reports)
+                bar.show(static_cast<double>(row) / height);
         }
     };
 

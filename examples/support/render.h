@@ -3,8 +3,6 @@
 #include "support/picture.h"
 #include "vesk/vesk.h"
 
-#include <functional>
-
 /// Where a picture is taken from.
 struct camera
 {
@@ -18,9 +16,12 @@ struct camera
 /// A camera that looks at the middle of the mesh's box from a direction and has all of it in view.
 camera camera_around(const vesk_mesh &mesh, const vesk_vector3 &from_direction);
 
+/// The direction, of unit length, in which pixel (`column`, `row`) of a picture lies.
+vesk_vector3 pixel_direction(const camera &from, unsigned int width, unsigned int height,
+                             unsigned int column, unsigned int row);
+
 /// A shaded picture of a mesh with an octree, by one closest-hit ray and one shadow line a pixel.
-/// Rows are shared among `threads` threads; the picture doesn't depend on their number.
-/// `progress` gets the part that is done, on the caller's thread.
+/// Rows are shared among `threads` threads; the picture doesn't depend on their number. A terminal
+/// gets a progress bar.
 picture render_mesh(const vesk_mesh &mesh, const camera &from, unsigned int width,
-                    unsigned int height, unsigned int threads,
-                    const std::function<void(double)> &progress);
+                    unsigned int height, unsigned int threads);

@@ -26,6 +26,16 @@ inline surface_point point_on_triangle(const vesk_mesh &mesh, const unsigned int
     return point;
 }
 
+/// The UV of the current channel at the same weights.
+inline vesk_vector2 uv_on_triangle(const vesk_mesh &mesh, const unsigned int *uv_indices,
+                                   const vesk_vector2 &weights)
+{
+    const vesk_vector2 *uvs = mesh.get_uv_array();
+    const float first = 1.0f - weights.x - weights.y;
+    return first * uvs[uv_indices[0]] + weights.x * uvs[uv_indices[1]] +
+           weights.y * uvs[uv_indices[2]];
+}
+
 /// Radius of the box around the mesh: half its diagonal.
 inline float box_radius(const vesk_mesh &mesh)
 {

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "vesk/vesk.h"
+
+/// Builds the octree over the whole mesh, with a sign of progress on a terminal. False with the
+/// mesh's messages on standard error.
+bool build_octree(const char *program, vesk_mesh &mesh);
+
+/// Builds the quadtree of a texture of this size over the current channel, in the same manner.
+bool build_quadtree(const char *program, vesk_mesh &mesh, unsigned int width, unsigned int height);
