@@ -27,12 +27,15 @@ struct octree_kind
         space.split_into_eight(children);
     }
 
-    static vesk_octant_boxes octants_of(const box *children)
+    // As `split_into_eight` has octants 0 and 7, with their halves and centres.
+    static vesk_octant_boxes octants_of(const box &space)
     {
-        const vesk_float4 low_half = half_of(children[0]);
-        const vesk_float4 high_half = half_of(children[7]);
-        return vesk_octant_boxes(lanes_of(children[0].min) + low_half, low_half,
-                                 lanes_of(children[7].min) + high_half, high_half);
+        const vesk_float4 low_min = lanes_of(space.min);
+        const vesk_float4 half = (lanes_of(space.max) - low_min) * 0.5f;
+        const vesk_float4 high_min = low_min + half;
+        const vesk_float4 low_half = (high_min - low_min) * 0.5f;
+        const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
+        return vesk_octant_boxes(low_min + low_half, low_half, high_min + high_half, high_half);
     }
 
     static bool is_tame(const box &space)
@@ -68,11 +71,6 @@ private:
     static vesk_float4 lanes_of(const vesk_vector3 &v)
     {
         return vesk_float4{v.x, v.y, v.z, 0.0f};
-    }
-
-    static vesk_float4 half_of(const box &space)
-    {
-        return (lanes_of(space.max) - lanes_of(space.min)) * 0.5f;
     }
 };
 

@@ -184,8 +184,7 @@ private:
             opened->before = before;
             opened->before_node = nodes.here();
             opened->list = list;
-            opened->overlaps =
-                scratch.template take_array<std::uint8_t>(std::size_t{list.count} * 2);
+            opened->overlaps = scratch.template take_array<std::uint8_t>(list.count);
             opened->next_child = 0;
             opened->depth = depth;
             opened->is_stopped = false;
@@ -200,11 +199,7 @@ private:
 
     bool begin_node(level &at, const box &space)
     {
-        // Of a leaf only the order of its triangles shows, and each comes with its lowest child.
-        // With a callback the lists of its children show as well, in the polls.
-        const bool lowest_is_enough = at.depth == 0 && !cancel_callback;
-        overlap_finder.find(at.list.data, at.list.count, at.boxes, at.overlaps,
-                            lowest_is_enough ? at.overlaps + at.list.count : nullptr);
+        overlap_finder.find(at.list.data, at.list.count, space, at.overlaps, nullptr);
         count_child_lists(at);
         at.expected = 0;
         for (unsigned int child = 0; at.depth > 0 && child < child_count; ++child)
@@ -212,15 +207,10 @@ private:
                 at.expected |= 1u << child;
 
         const vesk_block_stack::mark before_list = scratch.here();
-        number_list staying;
+        number_list staying = {nullptr, 0};
         at.made = nullptr;
         if (find_risen(at, all_children & ~at.expected, staying))
-            at.made = nodes.take_node(staying.count);
-        if (at.made)
-        {
-            Tree::box_of(*at.made) = space;
-            write_records(*at.made, staying);
-        }
+            at.made = take_node(space, staying);
         scratch.rewind(before_list);
         return at.made;
     }
@@ -243,6 +233,37 @@ private:
         }
     }
 
+    // A node at the full depth without a callback: it has no children, and nothing but the order of
+    // its own triangles shows, in which each comes with its lowest child. Null when memory is
+    // short.
+    node *build_leaf(const number_list &list, const box &space)
+    {
+        const vesk_block_stack::mark before = scratch.here();
+        node *made = nullptr;
+        number_list staying = {nullptr, 0};
+        std::uint8_t *overlaps =
+            scratch.template take_array<std::uint8_t>(std::size_t{list.count} * 2);
+        if (overlaps)
+        {
+            overlap_finder.find(list.data, list.count, space, overlaps, overlaps + list.count);
+            if (find_risen(list, overlaps, all_children, staying))
+                made = take_node(space, staying);
+        }
+        scratch.rewind(before);
+        return made;
+    }
+
+    node *take_node(const box &space, const number_list &list)
+    {
+        node *made = nodes.take_node(list.count);
+        if (made)
+        {
+            Tree::box_of(*made) = space;
+            write_records(*made, list);
+        }
+        return made;
+    }
+
     // Goes on to the next child that opens; null when there is none left or a poll stopped.
     level *open_next_child(level &at)
     {
@@ -260,6 +281,12 @@ private:
             number_list list = {nullptr, 0};
             if (at.expected >> child & 1)
                 list = write_child_list(at, child);
+            if (at.depth == 1 && !cancel_callback)
+            {
+                at.made->children[child] = list.data ? build_leaf(list, at.boxes[child]) : nullptr;
+                scratch.rewind(before);
+                continue;
+            }
             if (level *opened = open(&at, list, at.boxes[child], at.depth - 1, before))
                 return opened;
         }
@@ -300,7 +327,7 @@ private:
         if (!is_cut && risen_children == (all_children & ~at.expected))
             return at.made;
 
-        number_list risen;
+        number_list risen = {nullptr, 0};
         const bool is_known = find_risen(at, risen_children, risen);
         const std::uint32_t capacity = is_cut ? doubled_capacity(risen.count) : risen.count;
         if (!is_known || !nodes.take_list(*at.made, risen.count, capacity))
@@ -325,29 +352,34 @@ private:
     // these children, then of the list, each once. False when memory is short.
     bool find_risen(const level &at, unsigned int absent, number_list &risen)
     {
-        risen = {nullptr, 0};
         unsigned int occupied = 0;
         for (unsigned int child = 0; child < child_count; ++child)
             occupied |= (at.child_lists[child] ? 1u : 0u) << child;
-        if (!(occupied & absent))
-            return true;
+        if (occupied & absent)
+            return find_risen(at.list, at.overlaps, absent, risen);
+        risen = {nullptr, 0};
+        return true;
+    }
 
-        // Sorted by the lowest absent child, what has none last.
+    // Sorts by the lowest absent child; what has none comes last and is left out.
+    bool find_risen(const number_list &list, const std::uint8_t *overlaps, unsigned int absent,
+                    number_list &risen)
+    {
+        risen.data = scratch.template take_array<std::uint32_t>(list.count);
+        if (!risen.data)
+            return false;
         std::uint32_t place[child_count + 1] = {};
-        for (std::uint32_t i = 0; i < at.list.count; ++i)
-            ++place[lowest_child(at.overlaps[i] & absent)];
-        for (unsigned int child = 0, sum = 0; child <= child_count; ++child)
+        for (std::uint32_t i = 0; i < list.count; ++i)
+            ++place[lowest_child(overlaps[i] & absent)];
+        for (std::uint32_t child = 0, sum = 0; child <= child_count; ++child)
         {
             const std::uint32_t length = place[child];
             place[child] = sum;
             sum += length;
         }
         risen.count = place[child_count];
-        risen.data = scratch.template take_array<std::uint32_t>(at.list.count);
-        if (!risen.data)
-            return false;
-        for (std::uint32_t i = 0; i < at.list.count; ++i)
-            risen.data[place[lowest_child(at.overlaps[i] & absent)]++] = at.list.data[i];
+        for (std::uint32_t i = 0; i < list.count; ++i)
+            risen.data[place[lowest_child(overlaps[i] & absent)]++] = list.data[i];
 
         if (triangles.may_repeat)
             drop_repeats(risen);

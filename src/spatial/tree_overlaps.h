@@ -20,30 +20,31 @@ public:
     {
     }
 
-    /// Writes a byte for each triangle: bit k is set when it touches `boxes[k]`.
+    /// Writes a byte for each triangle: bit k is set when it touches child k of
+    /// the box.
     ///
     /// @param remaining null, or another byte for each triangle to work with: then no more than the
     ///   lowest bit of each answer is sure, which takes fewer tests
-    void find(const std::uint32_t *triangles, std::uint32_t count, const box *boxes,
+    void find(const std::uint32_t *triangles, std::uint32_t count, const box &space,
               std::uint8_t *overlaps, std::uint8_t *remaining)
     {
         if (!boxes_are_tame)
         {
             for (std::uint32_t i = 0; i < count; ++i)
-                overlaps[i] = overlaps_one_by_one(triangles[i], boxes);
+                overlaps[i] = overlaps_one_by_one(triangles[i], space);
             return;
         }
 
         // A byte may alias anything: what the loop reads is better its own.
         const Tree source = tree;
-        const vesk_octant_boxes octants = Tree::octants_of(boxes);
+        const vesk_octant_boxes octants = Tree::octants_of(space);
         unsigned int pair_count = 0;
         for (std::uint32_t i = 0; i < count; ++i)
         {
             const vesk_corners4 corners = source.corners_of(triangles[i]);
             if (!source.all_tame && !vesk_is_tame(corners))
             {
-                overlaps[i] = overlaps_one_by_one(triangles[i], boxes);
+                overlaps[i] = overlaps_one_by_one(triangles[i], space);
                 if (remaining)
                     remaining[i] = 0;
                 continue;
@@ -93,8 +94,10 @@ private:
     vesk_overlap_pair pairs[vesk_overlap_pair_capacity];
     target targets[vesk_overlap_pair_capacity];
 
-    std::uint8_t overlaps_one_by_one(std::uint32_t triangle, const box *boxes) const
+    std::uint8_t overlaps_one_by_one(std::uint32_t triangle, const box &space) const
     {
+        box boxes[child_count];
+        Tree::split(space, boxes);
         unsigned int found = 0;
         for (unsigned int child = 0; child < child_count; ++child)
             if (tree.overlaps(triangle, boxes[child]))

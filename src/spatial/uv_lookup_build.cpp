@@ -28,8 +28,10 @@ struct quadtree_kind
         space.split_into_four(children);
     }
 
-    static vesk_octant_boxes octants_of(const box *children)
+    static vesk_octant_boxes octants_of(const box &space)
     {
+        box children[child_count];
+        split(space, children);
         const vesk_vector2 low = (children[0].max - children[0].min) * 0.5f;
         const vesk_vector2 high = (children[3].max - children[3].min) * 0.5f;
         return vesk_octant_boxes(
