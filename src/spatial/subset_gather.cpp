@@ -49,7 +49,7 @@ vesk_triangle_numbers vesk_gather_triangles(std::uint32_t triangle_count,
         static_cast<std::uint32_t>(limit), may_repeat};
     if (count == 0 || count > UINT32_MAX || limit > UINT32_MAX)
         return gathered;
-    gathered.data = scratch.take_array<std::uint32_t>(count);
+    gathered.data = scratch.take_array<std::uint32_t>(static_cast<std::size_t>(count));
     if (!gathered.data)
         return gathered;
 
