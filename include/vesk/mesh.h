@@ -198,7 +198,7 @@ public:
     /// @return 1, or 0 with an empty mesh and one message:
     ///   - "Failed to initialize FBX importer.": no such file, or no known format
     ///   - "Failed to import FBX. Not a valid FBX file.": another 3D format
-    ///   - "Failed to import FBX. Import(fbx_scene) failed.": FBX, but broken
+    ///   - "Failed to import FBX. Import(fbx_scene) failed.": FBX, but broken, or short of memory
     ///   - "Failed to find any meshes in the FBX scene."
     ///   - "Failed to triangulate fbx_mesh."
     ///   - "Not enough FBX uv indices for triangles."

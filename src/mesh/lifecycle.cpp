@@ -112,6 +112,12 @@ void vesk_mesh::clear_subset_lookup_table()
 
 void vesk_mesh::add_subset_lookup_table_entry(unsigned int first_index, unsigned int triangle_count)
 {
+    // Both words or none: half a pair would shift all that follow.
+    const unsigned int former_count = subset_lookup_table.count;
     subset_lookup_table.push_back(first_index);
+    if (subset_lookup_table.count == former_count)
+        return;
     subset_lookup_table.push_back(triangle_count);
+    if (subset_lookup_table.count == former_count + 1)
+        subset_lookup_table.pop_back();
 }

@@ -1,7 +1,6 @@
 #include "vesk/chunk_stream.h"
 
 #include "support/byte_file.h"
-#include "support/failing_new.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -163,22 +162,4 @@ TEST(ChunkStream, ABlockAboveTheWorkBufferIsNotRead)
     byte_vector out(0x202030);
     EXPECT_EQ(decompress(stream_of(0x202030), out), 1);
     EXPECT_EQ(decompress(stream_of(0x202031), out), 0);
-}
-
-TEST(ChunkStream, WithoutAWorkBufferNothingIsWrittenOrRead)
-{
-    stream_file file;
-    unsigned char bytes[3] = {1, 2, 3};
-    fail_allocation(0);
-    EXPECT_EQ(vesk_compress_bytes_to_file_lz4(bytes, 3, file.file), 0);
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(std::ftell(file.file), 0);
-
-    file.put(literal_stream({{9}}));
-    std::rewind(file.file);
-    fail_allocation(0);
-    EXPECT_EQ(vesk_decompress_bytes_from_file_lz4(bytes, 3, file.file), 0);
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(std::ftell(file.file), 0);
-    EXPECT_EQ(bytes[0], 1);
 }

@@ -421,35 +421,3 @@ TEST(FbxDocument, CutAndFlippedFilesDoNoHarm)
             }
     }
 }
-
-TEST(FbxDocument, EveryAllocationMayFail)
-{
-    for (const fbx_encoding &encoding : all_fbx_encodings())
-    {
-        const std::string bytes = write_fbx(small_scene(20), encoding);
-        for (int nth = 0;; ++nth)
-        {
-            const long long before = live_allocations();
-            bool thrown = false;
-            fail_allocation(nth);
-            try
-            {
-                document doc;
-                number_array<double> points;
-                if (load(doc, bytes) == load_result::ok)
-                    doc.read_numbers(
-                        *document::find_child(*doc.find_top("Objects"), "Geometry")->first_child,
-                        points);
-            }
-            catch (const std::bad_alloc &)
-            {
-                thrown = true;
-            }
-            const bool failed = allocation_failed();
-            EXPECT_EQ(thrown, failed);
-            EXPECT_EQ(live_allocations(), before) << nth;
-            if (!failed)
-                break;
-        }
-    }
-}

@@ -1,6 +1,5 @@
 #include "support/bits.h"
 #include "support/byte_file.h"
-#include "support/failing_new.h"
 #include "support/fbx_scene.h"
 #include "vesk/mesh.h"
 
@@ -597,57 +596,5 @@ TEST(FbxImport, DamagedFilesFailOrStaySound)
             const loaded mesh(damaged);
         }
     }
-}
-
-TEST(FbxImport, EveryAllocationMayFail)
-{
-    fbx_mesh_source polygon = with_uvs(strip(3), 5, {{0, 1, 2, 3, 4}});
-    polygon.corners = {0, 1, 2, 3, ~4};
-    fbx_scene scene;
-    const int parent = scene.add_mesh(fbx_scene::root, polygon);
-    scene.add_instance(scene.add_group(parent), parent);
-    temp_file file;
-    const std::string bytes = scene.write(fbx_encoding());
-    file.set_bytes(byte_vector(bytes.begin(), bytes.end()));
-
-    vesk_mesh mesh;
-    ASSERT_EQ(mesh.load_from_file(file.wide()), 1);
-    const std::string expected = content_of(mesh);
-    mesh.free();
-    std::set<std::string> messages;
-    int thrown = 0;
-    for (int nth = 0, failed = 1; failed; ++nth)
-    {
-        SCOPED_TRACE(nth);
-        std::string message(200, ' ');
-        const long long live_before = live_allocations(); // the bucket table keeps its storage
-        int result = -1;
-        fail_allocation(nth);
-        try
-        {
-            result = mesh.load_from_file(file.wide());
-        }
-        catch (const std::bad_alloc &)
-        {
-            ++thrown;
-            EXPECT_EQ(mesh.index_count + mesh.error_stack.count, 0u);
-        }
-        failed = allocation_failed();
-        EXPECT_TRUE(failed || result == 1);
-        EXPECT_TRUE(result != 1 || content_of(mesh) == expected);
-        if (result == 0)
-        {
-            expect_sound(mesh, 0);
-            message = messages_of(mesh);
-        }
-        mesh.free();
-        EXPECT_EQ(live_allocations(), live_before);
-        messages.insert(message);
-    }
-    EXPECT_GT(thrown, 0); // the working arrays
-    for (const char *part :
-         {"mesh index array.", "mesh uv array.", "mesh uv index array.", "mesh vertex array."})
-        EXPECT_EQ(
-            messages.count(std::string("Memory Allocation Error: Failed to allocate ") + part), 1u);
 }
 } // namespace

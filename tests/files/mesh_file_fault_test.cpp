@@ -31,31 +31,6 @@ struct small_mesh : owned_mesh
     }
 };
 
-/// A file of the legacy layout with the small mesh's first channel.
-byte_vector legacy_file(vesk_mesh &mesh)
-{
-    const auto add = [](byte_vector &bytes, const void *from, std::size_t word_count)
-    {
-        for (std::size_t i = 0; i < word_count; ++i)
-        {
-            std::uint32_t word;
-            std::memcpy(&word, static_cast<const char *>(from) + i * 4, 4);
-            add_words(bytes, {word});
-        }
-    };
-    byte_vector bytes;
-    add_words(bytes, {0, 0, 3, mesh.vertex_count, mesh.uv_channel_counts[0], mesh.tangent_count,
-                      mesh.index_count, mesh.get_subset_count()});
-    add(bytes, &mesh.bounding_box_min, 3);
-    add(bytes, &mesh.bounding_box_max, 3);
-    add(bytes, mesh.vertex_array, mesh.vertex_count * 6);
-    add(bytes, mesh.uv_channel_arrays[0], mesh.uv_channel_counts[0] * 2);
-    add(bytes, mesh.index_array, mesh.index_count);
-    add(bytes, mesh.subset_lookup_table.data, mesh.subset_lookup_table.count);
-    add(bytes, mesh.tangent_array, mesh.tangent_count * 4);
-    return bytes;
-}
-
 bool is_half_loaded(const vesk_mesh &mesh)
 {
     return !mesh.is_valid() && !mesh.uv_array && mesh.vertex_array && mesh.index_array &&
@@ -132,7 +107,7 @@ TEST(MeshFileFault, EveryCutIsTold)
     const byte_vector plain = saved(mesh, 0);
     const byte_vector packed = saved(mesh, 1);
     damage_tester tester(plain);
-    for (const byte_vector &whole : {plain, packed, legacy_file(mesh)})
+    for (const byte_vector &whole : {plain, packed, legacy_bytes(mesh)})
         for (std::size_t size = 0; size < whole.size(); ++size)
         {
             SCOPED_TRACE(size);
@@ -149,7 +124,7 @@ TEST(MeshFileFault, EveryByteAndWordMayBeWrong)
     const byte_vector plain = saved(mesh, 0);
     const byte_vector packed = saved(mesh, 1);
     damage_tester tester(plain);
-    for (const byte_vector &whole : {plain, packed, legacy_file(mesh)})
+    for (const byte_vector &whole : {plain, packed, legacy_bytes(mesh)})
         for (std::size_t at = 0; at < whole.size(); ++at)
         {
             SCOPED_TRACE(at);
@@ -257,89 +232,4 @@ TEST(MeshFileFault, WhatAShortStreamDoesNotFillIsZero)
     std::fill_n(shown.begin() + static_cast<long>(subsets), 16, static_cast<unsigned char>(0));
     for (std::size_t i = body_offset; i < shown.size(); ++i)
         ASSERT_EQ(shown[i], 0) << i;
-}
-
-TEST(MeshFileFault, EveryAllocationOfALoadMayFail)
-{
-    const wchar_t *const vertices = L"Memory Allocation Error: Failed allocate vertex array.";
-    const wchar_t *const uvs = L"Memory Allocation Error: Failed allocate uv array.";
-    const wchar_t *const uv_indices = L"Memory Allocation Error: Failed allocate uv index array.";
-    const wchar_t *const indices = L"Memory Allocation Error: Failed allocate index array.";
-    const wchar_t *const tangents = L"Memory Allocation Error: Failed allocate tangent array.";
-    small_mesh mesh;
-    const temp_file plain;
-    plain.set_bytes(saved(mesh, 0));
-    const temp_file packed;
-    packed.set_bytes(saved(mesh, 1));
-    const temp_file legacy;
-    legacy.set_bytes(legacy_file(mesh));
-
-    // The lists of channels count as their arrays; the subset table grows by 1, 2, 4.
-    std::vector<const wchar_t *> current = {uvs, vertices,   indices, uvs,        uv_indices,
-                                            uvs, uv_indices, uvs,     uv_indices, tangents};
-    std::vector<const wchar_t *> streams = current;
-    current.insert(current.end(), {indices, indices, indices});
-    streams.insert(streams.end(),
-                   {L"Compression Error: Failed to decompress vertices from file.",
-                    L"Compression Error: Failed to decompress uv arrays from file.",
-                    L"Compression Error: Failed to decompress uv arrays from file.",
-                    L"Compression Error: Failed to decompress uv index arrays from file.",
-                    L"Compression Error: Failed to decompress uv index arrays from file.",
-                    L"Compression Error: Failed to decompress indices from file.", indices, indices,
-                    indices, L"Compression Error: Failed to decompress tangents from file."});
-    const std::vector<const wchar_t *> old = {vertices, uvs,        uv_indices, uvs,
-                                              uvs,      uv_indices, indices,    tangents,
-                                              indices,  indices,    indices};
-    struct row
-    {
-        const temp_file &file;
-        const std::vector<const wchar_t *> &messages;
-    };
-    for (const row &r : {row{plain, current}, row{packed, streams}, row{legacy, old}})
-        for (std::size_t nth = 0; nth <= r.messages.size(); ++nth)
-        {
-            SCOPED_TRACE(nth);
-            const long long before = live_bytes();
-            vesk_mesh loaded;
-            fail_allocation(static_cast<int>(nth));
-            const int ok = loaded.load_binary(r.file.wide());
-            const bool failed = allocation_failed();
-            EXPECT_EQ(failed, nth < r.messages.size());
-            EXPECT_EQ(ok, failed ? 0 : 1);
-            EXPECT_TRUE(has_message(loaded, failed ? r.messages[nth] : nullptr));
-            const bool half = failed && std::wcsncmp(r.messages[nth], L"Compression", 11) == 0;
-            EXPECT_EQ(is_half_loaded(loaded), half);
-            EXPECT_TRUE(!failed || half || is_empty_mesh(loaded));
-            loaded.free();
-            EXPECT_EQ(live_bytes(), before);
-        }
-}
-
-TEST(MeshFileFault, EveryAllocationOfASaveMayFail)
-{
-    const wchar_t *const uvs = L"Compression Error: Failed to compress uv arrays to file.";
-    const wchar_t *const uv_indices = L"Compression Error: Failed to compress uv indices to file.";
-    const wchar_t *const messages[] = {L"Compression Error: Failed to compress vertices to file.",
-                                       uvs,
-                                       uvs,
-                                       uv_indices,
-                                       uv_indices,
-                                       L"Compression Error: Failed to compress indices to file.",
-                                       L"Compression Error: Failed to compress tangents to file."};
-    small_mesh mesh;
-    const byte_vector before = saved(mesh, 0);
-    const temp_file file;
-    for (int nth = 0; nth < 7; ++nth)
-    {
-        fail_allocation(nth);
-        EXPECT_EQ(mesh.save_binary(file.wide(), 1), 0);
-        EXPECT_TRUE(allocation_failed());
-        EXPECT_EQ(mesh.error_stack.count, static_cast<unsigned int>(nth + 1));
-        EXPECT_EQ(std::wcscmp(mesh.error_stack[static_cast<unsigned int>(nth)], messages[nth]), 0);
-    }
-    EXPECT_EQ(saved(mesh, 0), before);
-
-    fail_allocation(0);
-    EXPECT_EQ(mesh.save_binary(file.wide(), 0), 1);
-    EXPECT_FALSE(allocation_failed()) << "plain sections need no memory";
 }

@@ -138,26 +138,6 @@ TEST(List, OwningRecordsMoveCopyAndReleaseTheirInnerLists)
     EXPECT_EQ(live_allocations(), before);
 }
 
-TEST(List, ExhaustedMemoryDropsTheElementAndKeepsTheList)
-{
-    vesk_list<unsigned int> list;
-    fill(list, 4);
-    fail_allocation(0);
-    list.push_back(99);
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(list.count, 4u);
-    EXPECT_EQ(list.size, 4u);
-    EXPECT_EQ(list[3], 30u);
-
-    vesk_list<unsigned int> target;
-    fill(target, 2);
-    fail_allocation(0);
-    target = list;
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(target.data, nullptr);
-    EXPECT_EQ(target.size + target.count, 0u);
-}
-
 TEST(List, AHostsOwnElementTypeWorks)
 {
     vesk_list<double> list;

@@ -1,27 +1,13 @@
-#include "support/failing_new.h"
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 
 #include <cstring>
-#include <functional>
 #include <set>
 #include <string>
 #include <tuple>
 
 namespace
 {
-constexpr const wchar_t *vertex_error =
-    L"Memory Allocation Error: Failed to allocate mesh vertex array.";
-constexpr const wchar_t *index_error =
-    L"Memory Allocation Error: Failed to allocate mesh index array.";
-constexpr const wchar_t *subset_error =
-    L"Memory Allocation Error: Failed to allocate mesh subset lookup table.";
-constexpr const wchar_t *uv_error = L"Memory Allocation Error: Failed to allocate uv array.";
-constexpr const wchar_t *uv_index_error =
-    L"Memory Allocation Error: Failed to allocate  uv index array.";
-constexpr const wchar_t *tangent_error =
-    L"Memory Allocation Error: Failed to allocate mesh tangent array.";
-
 /// Tangents of recognisable values; `free` releases them.
 void add_tangents(vesk_mesh &mesh)
 {
@@ -38,36 +24,6 @@ void add_tangents(vesk_mesh &mesh)
     mesh.tangent_count = lender.tangent_count;
 }
 
-/// Makes every allocation of `fill` on a filled mesh fail once and checks the wreck.
-void fail_each_allocation(const std::function<int(vesk_mesh &)> &fill,
-                          const std::vector<const wchar_t *> &messages)
-{
-    mesh_source former = grid(3, 2);
-    former.uv_data();
-    const long long before = live_allocations();
-    int nth = 0;
-    for (;; ++nth)
-    {
-        SCOPED_TRACE(nth);
-        vesk_mesh mesh;
-        ASSERT_EQ(former.fill(mesh), 1);
-        fail_allocation(nth);
-        const int result = fill(mesh);
-        const bool failed = allocation_failed();
-        EXPECT_EQ(result, failed ? 0 : 1);
-        if (failed)
-        {
-            ASSERT_LT(std::size_t(nth), messages.size());
-            EXPECT_TRUE(is_empty_mesh(mesh));
-            EXPECT_TRUE(has_message(mesh, messages[std::size_t(nth)]));
-        }
-        mesh.free();
-        if (!failed)
-            break;
-    }
-    EXPECT_EQ(std::size_t(nth), messages.size());
-    EXPECT_EQ(live_allocations(), before);
-}
 } // namespace
 
 TEST(MeshCreate, CopiesArraysAndTakesUvWordsFromTheFirstChannel)
@@ -163,45 +119,6 @@ TEST(MeshCreate, MeshesWithoutSomethingSucceedAndAreNotValid)
     ASSERT_EQ(loose.fill(mesh), 1);
     EXPECT_EQ(mesh.get_subset_count(), 0u);
     EXPECT_EQ(mesh.is_valid(), 0);
-}
-
-TEST(MeshCreate, EveryAllocationMayFail)
-{
-    mesh_source source = displaced_sphere(50, 2);
-    const vesk_mesh_uv_data_s uv_data = source.uv_data();
-    vesk_list<unsigned int> subsets;
-    assign_list(subsets, source.subsets);
-
-    // Three channel lists count as UV arrays.
-    const std::vector<const wchar_t *> channels = {
-        uv_error, uv_error, uv_error, uv_error, uv_index_error, uv_error, uv_index_error};
-    std::vector<const wchar_t *> messages = {vertex_error, index_error};
-    messages.insert(messages.end(), channels.begin(), channels.end());
-    {
-        SCOPED_TRACE("sizes");
-        fail_each_allocation(
-            [&](vesk_mesh &mesh)
-            { return mesh.create(source.vertex_count(), source.index_count(), uv_data); },
-            messages);
-    }
-    {
-        SCOPED_TRACE("arrays");
-        messages.insert(messages.begin() + 2, subset_error);
-        fail_each_allocation(
-            [&](vesk_mesh &mesh)
-            {
-                return mesh.create(source.vertices.data(), source.indices.data(),
-                                   source.vertex_count(), source.index_count(), uv_data, subsets);
-            },
-            messages);
-    }
-    {
-        SCOPED_TRACE("mesh");
-        owned_mesh other(source);
-        add_tangents(other);
-        messages.insert(messages.begin() + 3, tangent_error);
-        fail_each_allocation([&](vesk_mesh &mesh) { return mesh.create(other); }, messages);
-    }
 }
 
 TEST(MeshDeepCopy, EqualsItsSourceAndSharesNothing)

@@ -1,4 +1,3 @@
-#include "support/failing_new.h"
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 
@@ -197,47 +196,4 @@ TEST(ColorSort, NeedsARenderIndex)
     owned_mesh mesh(grid(2, 2));
     EXPECT_EQ(mesh.sort_render_index_by_subset_color(vesk_list<unsigned long>()), 0);
     EXPECT_TRUE(has_message(mesh, nullptr));
-}
-
-TEST(RenderIndex, EveryAllocationMayFail)
-{
-    mesh_source source = random_soup(3, 1000);
-    source.subsets = {0, 700, 700 * 7, 100, 800 * 7, 200};
-    test_random random(4);
-    vesk_list<unsigned long> colors;
-    assign_list(colors, random_colors(random, 1000, 500, true));
-    for (unsigned int i = 700; i < 1000; ++i) // the later subsets have few colours
-        colors[i] &= 15;
-
-    int nth = 0;
-    for (bool failed = true; failed; ++nth)
-    {
-        SCOPED_TRACE(nth);
-        const long long before = live_allocations();
-        {
-            owned_mesh mesh(source);
-            ASSERT_EQ(mesh.generate_render_index_array(), 1);
-            const std::vector<unsigned int> record_order = words_of(mesh);
-            ASSERT_EQ(mesh.sort_render_index_by_subset_color(colors), 1);
-            fail_allocation(nth);
-            const int result = mesh.sort_render_index_by_subset_color(colors);
-            failed = allocation_failed();
-            EXPECT_EQ(result, failed ? 0 : 1);
-            EXPECT_EQ(table_of(mesh).size(), failed ? 0u : 3u);
-            EXPECT_EQ(words_of(mesh) == record_order, failed);
-            EXPECT_TRUE(has_message(mesh, nullptr));
-        }
-        EXPECT_EQ(live_allocations(), before);
-    }
-    EXPECT_EQ(nth, 8); // the table, ranks, two of entries, three lists of runs; then none
-
-    owned_mesh mesh(source);
-    ASSERT_EQ(mesh.generate_render_index_array(), 1);
-    fail_allocation(0);
-    EXPECT_EQ(mesh.generate_render_index_array(), 0);
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(mesh.get_render_index_array(), nullptr);
-    EXPECT_EQ(mesh.is_valid(), 1);
-    EXPECT_TRUE(
-        has_message(mesh, L"Memory Allocation Error: Failed to allocate mesh render index array."));
 }

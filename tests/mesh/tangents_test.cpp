@@ -1,5 +1,4 @@
 #include "support/bits.h"
-#include "support/failing_new.h"
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 #include "support/plain_derive.h"
@@ -120,26 +119,6 @@ TEST(Tangents, FollowUvsAndNormals)
             EXPECT_TRUE(mesh.tangent_array[c].tangent == row.tangent);
             EXPECT_EQ(mesh.tangent_array[c].handedness, row.handedness);
         }
-    }
-}
-
-TEST(Tangents, EveryAllocationMayFail)
-{
-    const wchar_t *const messages[] = {
-        L"Memory Allocation Error: Failed to allocate tangent array.",
-        L"Memory Allocation Error: Failed to allocate bi_normal array."};
-    for (int nth = 0; nth < 3; ++nth)
-    {
-        SCOPED_TRACE(nth);
-        owned_mesh mesh(random_soup(1, 7));
-        ASSERT_EQ(mesh.generate_tangents(), 1); // old tangents, which go in any case
-        fail_allocation(nth);
-        const int ok = mesh.generate_tangents();
-        EXPECT_EQ(allocation_failed(), nth < 2);
-        EXPECT_EQ(ok, nth < 2 ? 0 : 1);
-        EXPECT_TRUE(has_message(mesh, nth < 2 ? messages[nth] : nullptr));
-        EXPECT_EQ(mesh.tangent_array == nullptr, nth < 2);
-        EXPECT_EQ(mesh.tangent_count, nth < 2 ? 0u : 21u);
     }
 }
 

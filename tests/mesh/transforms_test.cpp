@@ -1,5 +1,4 @@
 #include "support/bits.h"
-#include "support/failing_new.h"
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 #include "support/plain_derive.h"
@@ -180,19 +179,6 @@ TEST(Transforms, NothingHappensWithoutAnAngle)
     mesh.rotate(vesk_vector3(0.0f, -0.0f, 0.0f));
     EXPECT_TRUE(same_mesh(mesh, before));
     EXPECT_EQ(mesh.tangent_array, nullptr);
-}
-
-TEST(Transforms, RotateWithoutMemoryLeavesNoTangentsAndAMessage)
-{
-    owned_mesh mesh(random_web(2, 20, 12));
-    fail_allocation(0);
-    mesh.rotate(vesk_vector3(1, 0, 0));
-    EXPECT_TRUE(allocation_failed());
-    EXPECT_EQ(mesh.tangent_array, nullptr);
-    EXPECT_TRUE(has_message(mesh, L"Memory Allocation Error: Failed to allocate tangent array."));
-    owned_mesh expected(random_web(2, 20, 12));
-    plain_rotate_vertices(expected, vesk_vector3(1, 0, 0));
-    EXPECT_TRUE(same_mesh(mesh, expected));
 }
 
 TEST(Transforms, AnInstanceStaysAsItIs)

@@ -345,32 +345,6 @@ TEST_F(OctreeQueryOneTriangle, PositionsAreThoseOfTheMomentAndBoxesThoseOfTheTre
     EXPECT_EQ(s.mesh.is_ray_intersect(vesk_vector3(5.25f, 0.25f, 0.0f), up, nullptr), 0);
 }
 
-TEST_F(OctreeQueryOneTriangle, ListsStayParallelWhenMemoryIsShort)
-{
-    vesk_octree_node_s child;
-    child.box = root.box;
-    for (int i = 0; i < 10; ++i)
-        child.triangles.push_back(s.record(0));
-    root.children[0] = &child;
-    const plain::question ray{vesk_vector3(0.25f, 0.25f, 0.0f), up, 0, 0.0f, nullptr};
-    for (int nth = 0;; ++nth)
-    {
-        SCOPED_TRACE(nth);
-        hit_lists hits;
-        fail_allocation(nth);
-        EXPECT_EQ(ask_all(s.mesh, ray, hits), 1);
-        const bool failed = allocation_failed();
-        EXPECT_EQ(hits.distances.count, failed ? 10u : 11u);
-        EXPECT_EQ(hits.triangles.count, hits.distances.count);
-        EXPECT_EQ(hits.barycentrics.count, hits.distances.count);
-        for (unsigned int i = 0; i < hits.triangles.count; ++i)
-            EXPECT_TRUE(hits.triangles[i] == s.record(0) && hits.distances[i] == 1.0f &&
-                        hits.barycentrics[i].x == 0.25f);
-        if (!failed)
-            break;
-    }
-}
-
 TEST_F(OctreeQueryOneTriangle, DeepTreesAreWalkedWithoutTheHeap)
 {
     // A chain with a second child on every level, which is visited after everything below it.

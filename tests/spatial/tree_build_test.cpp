@@ -1,4 +1,3 @@
-#include "support/failing_new.h"
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 #include "support/plain_uv_lookup.h"
@@ -279,44 +278,6 @@ TYPED_TEST(TreeBuild, RefusalsLeaveNoTreeAndSayWhy)
                   0);
         EXPECT_EQ(TypeParam::root(mesh), nullptr);
         EXPECT_TRUE(has_message(mesh, refusal.message));
-    }
-}
-
-// A failing allocation costs depth somewhere, or the tree, and never a triangle.
-TYPED_TEST(TreeBuild, EveryAllocationMayFail)
-{
-    using node = typename TypeParam::node;
-    mesh_source source = displaced_sphere(1000);
-    source.subsets = {0, 900, 700, 600};
-    owned_mesh mesh(source);
-    mesh.error_stack.set_size(1024); // room for all messages, so that allocations can be counted
-    vesk_list<unsigned int> twice;
-    assign_list(twice, {0, 1});
-    const vesk_list<unsigned int> *const selections[] = {nullptr, &twice};
-    for (const vesk_list<unsigned int> *subsets : selections)
-    {
-        bool failed = true;
-        for (int nth = 0; failed; ++nth)
-        {
-            SCOPED_TRACE(nth);
-            mesh.free_octree();
-            mesh.free_uv_lookup_quadtree();
-            const long long before = live_allocations() - mesh.error_stack.count;
-            fail_allocation(nth);
-            const int result = TypeParam::generate(mesh, 5, subsets, nullptr);
-            failed = allocation_failed();
-            EXPECT_TRUE(failed || result);
-            EXPECT_EQ(result, TypeParam::root(mesh) != nullptr);
-            if (result)
-            {
-                node *expected = TypeParam::plain(mesh, 0, subsets, nullptr);
-                EXPECT_EQ(held_triangles(TypeParam::root(mesh)), held_triangles(expected));
-                plain::free_tree(expected);
-            }
-            mesh.free_octree();
-            mesh.free_uv_lookup_quadtree();
-            EXPECT_EQ(live_allocations() - mesh.error_stack.count, before);
-        }
     }
 }
 

@@ -11,6 +11,8 @@ namespace
 {
 // Other threads of a test allocate as well, so the counters are atomic.
 std::atomic<long long> failing_index{-1};
+std::atomic<bool> keeps_failing{false};
+std::atomic<unsigned long long> largest_allowed{UINT64_MAX};
 std::atomic<long long> seen{0};
 std::atomic<bool> failed{false};
 std::atomic<long long> bytes_alive{0};
@@ -23,9 +25,16 @@ constexpr std::size_t head_bytes = 16;
 // Enough for what tests look at; work buffers of megabytes would make them slow.
 constexpr std::size_t most_filled = 0x10000;
 
+bool must_fail(long long index, std::size_t size)
+{
+    const long long failing = failing_index;
+    return size > largest_allowed || index == failing ||
+           (keeps_failing && failing >= 0 && index > failing);
+}
+
 void *allocate(std::size_t size) noexcept
 {
-    if (seen.fetch_add(1) == failing_index.load())
+    if (must_fail(seen.fetch_add(1), size))
     {
         failed = true;
         return nullptr;
@@ -70,12 +79,26 @@ void fail_allocation(int nth)
     seen = 0;
     failed = false;
     largest = 0;
+    keeps_failing = false;
     failing_index = nth;
+}
+
+void fail_allocations_from(int nth)
+{
+    fail_allocation(nth);
+    keeps_failing = true;
+}
+
+void fail_allocations_above(unsigned long long bytes)
+{
+    fail_allocation(-1);
+    largest_allowed = bytes == 0 ? UINT64_MAX : bytes;
 }
 
 bool allocation_failed()
 {
     failing_index = -1;
+    largest_allowed = UINT64_MAX;
     return failed;
 }
 

@@ -6,6 +6,14 @@
 /// From here on allocation number `nth` (from 0) fails, once; -1 for none. Starts the count anew.
 void fail_allocation(int nth);
 
+/// From here on allocation number `nth` (from 0) fails and all that come after it, as when memory
+/// is really exhausted.
+void fail_allocations_from(int nth);
+
+/// From here on allocations of more than this many bytes fail; 0 for none. They can be asked for
+/// by the gigabyte, and none of them is touched. Ended like the others.
+void fail_allocations_above(unsigned long long bytes);
+
 /// Ends the guarded stretch. 1 when the failing allocation was reached.
 bool allocation_failed();
 
