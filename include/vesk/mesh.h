@@ -388,9 +388,9 @@ public:
     ///
     /// @param colors one colour (its low 32 bits) for each triangle that the subset table reaches,
     ///   in the table's order
-    /// @return 1; 0 without a message when there is no render index, or when memory for the
-    ///   sort cannot be had: the table is then empty and the array as
-    ///   `generate_render_index_array` left it
+    /// @return 1; 0 without a message when there is no render index, when subsets lie on each other
+    ///   and together name more triangles than the mesh has, or when memory for the sort cannot be
+    ///   had: the table is then empty and the array as `generate_render_index_array` left it
     int sort_render_index_by_subset_color(const vesk_list<unsigned long> &colors);
 
     /// @}

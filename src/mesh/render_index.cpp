@@ -28,6 +28,21 @@ unsigned int largest_subset(const vesk_mesh &mesh)
     return largest;
 }
 
+/// Subsets may lie on each other, and then together name more triangles than the render index
+/// holds.
+bool has_room_for_subsets(const vesk_mesh &mesh)
+{
+    unsigned int room = mesh.index_count / 7;
+    for (unsigned int s = 0; s < mesh.get_subset_count(); ++s)
+    {
+        const unsigned int count = mesh.subset_lookup_table[s * 2 + 1];
+        if (count > room)
+            return false;
+        room -= count;
+    }
+    return true;
+}
+
 /// Fills the colour table, one element a subset, and the render index behind it.
 int sort_subsets(vesk_mesh &mesh, const vesk_list<unsigned long> &colors)
 {
@@ -81,7 +96,7 @@ int vesk_mesh::sort_render_index_by_subset_color(const vesk_list<unsigned long> 
     if (!render_index_array)
         return 0;
 
-    if (!sort_subsets(*this, colors))
+    if (!has_room_for_subsets(*this) || !sort_subsets(*this, colors))
     {
         render_color_lookup_table.clear();
         write_record_order(*this);

@@ -197,3 +197,21 @@ TEST(ColorSort, NeedsARenderIndex)
     EXPECT_EQ(mesh.sort_render_index_by_subset_color(vesk_list<unsigned long>()), 0);
     EXPECT_TRUE(has_message(mesh, nullptr));
 }
+
+TEST(ColorSort, SubsetsOnEachOtherDoNotOutgrowTheArray)
+{
+    mesh_source source = random_soup(6, 10);
+    source.subsets = {0, 10, 0, 1};
+    owned_mesh mesh(source);
+    ASSERT_EQ(mesh.generate_render_index_array(), 1);
+    const std::vector<unsigned int> record_order = words_of(mesh);
+    vesk_list<unsigned long> colors;
+    assign_list(colors, std::vector<unsigned long>(11, 5));
+    EXPECT_EQ(mesh.sort_render_index_by_subset_color(colors), 0);
+    EXPECT_EQ(words_of(mesh), record_order);
+    EXPECT_TRUE(table_of(mesh).empty());
+
+    mesh.subset_lookup_table[1] = 9; // as many as there are, one of them twice
+    EXPECT_EQ(mesh.sort_render_index_by_subset_color(colors), 1);
+    EXPECT_EQ(table_of(mesh).size(), 2u);
+}
