@@ -20,6 +20,16 @@ if(VESK_SANITIZE)
     target_link_options(vesk_sanitizers INTERFACE -fsanitize=${VESK_SANITIZE})
 endif()
 
+# What keeps a fault in reading files from becoming an exploit. ELF only; Debian's compilers have
+# a notion of some of these of their own.
+add_library(vesk_hardening INTERFACE)
+if(VESK_HARDEN AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    target_compile_options(vesk_hardening INTERFACE
+        -fstack-protector-strong
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    target_link_options(vesk_hardening INTERFACE LINKER:-z,relro LINKER:-z,now)
+endif()
+
 # For targets of our own: library, tests, examples, benchmarks.
 function(vesk_target_defaults target)
     target_compile_features(${target} PRIVATE cxx_std_17)

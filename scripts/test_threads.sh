@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Runs the tests that use several threads under the thread sanitizer: queries of many threads on one
+# mesh, and meshes of their own on separate threads.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh test
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan -j "$(nproc)" --target threads_test spatial_test
+export TSAN_OPTIONS=halt_on_error=1
+build/tsan/tests/faults/threads_test
+# A filter that matches nothing would pass.
+build/tsan/tests/spatial/spatial_test --gtest_filter='ConcurrentQuery.*' | tee build/tsan/queries.log
+grep -q 'PASSED.* [1-9][0-9]* test' build/tsan/queries.log
