@@ -106,7 +106,8 @@ inline unsigned int children_present(const vesk_octree_node_s &node)
 #else
     unsigned int present = 0;
     for (unsigned int i = 0; i < 8; ++i)
-        present |= (node.children[i] ? 1u : 0u) << i;
+        if (node.children[i])
+            present |= 1u << i;
     return present;
 #endif
 }
