@@ -1,6 +1,7 @@
 // A picture of a mesh, by nothing but ray and line queries.
 
 #include "support/render.h"
+#include "support/boxes.h"
 #include "support/command_line.h"
 #include "support/console.h"
 #include "support/load.h"
@@ -17,7 +18,8 @@ namespace
 {
 const char program[] = "vesk_render";
 const char usage[] =
-    "usage: vesk_render INPUT OUTPUT.png [--size WxH] [--from X,Y,Z] [--threads N] [--digest]\n"
+    "usage: vesk_render INPUT OUTPUT.png [--size WxH] [--from X,Y,Z] [--threads N]\n"
+    "                   [--boxes N] [--digest]\n"
     "\n"
     "Draws INPUT with one closest-hit ray and one shadow line a pixel. INPUT is an FBX file when\n"
     "its name ends in .fbx, and a mesh file otherwise.\n"
@@ -25,6 +27,7 @@ const char usage[] =
     "  --size WxH     size of the picture, up to 16384 either way (840x560)\n"
     "  --from X,Y,Z   where the camera stands, as seen from the mesh (-0.35,0.42,1)\n"
     "  --threads N    threads that draw (all that the machine has); the picture stays the same\n"
+    "  --boxes N      draws the boxes of the octree too, down to depth N\n"
     "  --digest       prints a hash of size and pixels\n"
     "\n"
     "Exit status: 0 when the picture is written, 1 when not, 2 for bad usage.\n";
@@ -37,6 +40,8 @@ int main(int argc, char **argv)
     const vesk_vector3 view = take_view(line);
     unsigned int threads = std::max(1u, std::thread::hardware_concurrency());
     line.numbers("--threads", ',', {&threads}, 1u, 1024u);
+    unsigned int deepest = 0;
+    const bool boxes = line.numbers("--boxes", ',', {&deepest}, 0u, 1000u);
     const bool digest = line.flag("--digest");
     if (const std::optional<int> status = line.ends(2, 2))
         return *status;
@@ -44,8 +49,10 @@ int main(int argc, char **argv)
     vesk_owned_mesh mesh;
     if (!load_mesh(program, line.word(0), *mesh) || !build_octree(program, *mesh))
         return 1;
-    const picture image =
-        render_mesh(*mesh, camera_around(*mesh, view), size.width, size.height, threads);
+    const camera from = camera_around(*mesh, view);
+    picture image = render_mesh(*mesh, from, size.width, size.height, threads);
+    if (boxes)
+        draw_boxes(*mesh, from, deepest, image);
     if (!save_picture(program, image, line.word(1)))
         return 1;
     if (digest)

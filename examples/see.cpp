@@ -18,7 +18,8 @@ namespace
 {
 const char program[] = "vesk_see";
 const char usage[] =
-    "usage: vesk_see INPUT FOLDER [--channel N] [--size WxH] [--deepest N]\n"
+    "usage: vesk_see INPUT FOLDER [--channel N] [--subset N] [--size WxH]\n"
+    "                [--deepest N]\n"
     "\n"
     "Writes into FOLDER what is in INPUT, for the eye. INPUT is an FBX file when its name ends in\n"
     ".fbx, and a mesh file otherwise.\n"
@@ -29,6 +30,7 @@ const char usage[] =
     "  uv_layout.svg        the UV channel and the rectangles of its quadtree\n"
     "\n"
     "  --channel N          the UV channel, from 0 (the last one)\n"
+    "  --subset N           builds the trees over one subset, from 0 (all)\n"
     "  --size WxH           size of the quadtree's texture, up to 16384 either way (512x512)\n"
     "  --deepest N          leaves out boxes and rectangles below this depth (none)\n"
     "\n"
@@ -73,12 +75,18 @@ int main(int argc, char **argv)
     const raster_size size = take_size(line, {512, 512});
     unsigned int deepest = 0xFFFFFFFFu;
     line.numbers("--deepest", ',', {&deepest}, 0u, deepest);
+    unsigned int subset;
+    vesk_list<unsigned int> chosen;
+    if (line.numbers("--subset", ',', {&subset}, 0u, 0xFFFFFFFFu))
+        chosen.push_back(subset);
+    const vesk_list<unsigned int> *subsets = chosen.count > 0 ? &chosen : nullptr;
     if (const std::optional<int> status = line.ends(2, 2))
         return *status;
 
     vesk_owned_mesh mesh;
     if (!load_mesh(program, line.word(0), *mesh) || !select_channel(program, *mesh, channel) ||
-        !build_quadtree(program, *mesh, size.width, size.height) || !build_octree(program, *mesh))
+        !build_quadtree(program, *mesh, size.width, size.height, subsets) ||
+        !build_octree(program, *mesh, subsets))
         return 1;
     const std::filesystem::path folder = output_folder(line.word(1));
 

@@ -108,6 +108,8 @@ check_render() {
     expect render.txt
     run 0 render "$scene" "$scratch/picture.png" --size 120x90 --digest --from 0,1,0
     expect render_above.txt
+    run 0 render "$scene" "$scratch/picture.png" --size 320x200 --digest --boxes 3
+    expect render_boxes.txt
 }
 
 check_bake() {
@@ -146,6 +148,11 @@ check_see() {
     run 0 see "$scene" "$scratch/views" --deepest 4
     (cd "$scratch/views" && cksum mesh.obj mesh.ply octree.ply rays.ply uv_layout.svg) >"$scratch/out"
     expect see.txt
+    run 0 see "$scene" "$scratch/views" --subset 3
+    (cd "$scratch/views" && cksum octree.ply uv_layout.svg) >"$scratch/out"
+    expect see_subset.txt
+    run 1 see "$scene" "$scratch/views" --subset 5
+    message "Subsets not found."
 }
 
 check_demo() {

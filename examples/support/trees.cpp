@@ -33,18 +33,19 @@ template <typename Build> bool build_with_bar(const char *program, const char *l
 }
 } // namespace
 
-bool build_octree(const char *program, vesk_mesh &mesh)
+bool build_octree(const char *program, vesk_mesh &mesh, const vesk_list<unsigned int> *subsets)
 {
     return build_with_bar(program, "octree", mesh,
-                          [&mesh](int (*poll)())
-                          { return mesh.generate_octree(depth_for(mesh), nullptr, poll); });
+                          [&mesh, subsets](int (*poll)())
+                          { return mesh.generate_octree(depth_for(mesh), subsets, poll); });
 }
 
-bool build_quadtree(const char *program, vesk_mesh &mesh, unsigned int width, unsigned int height)
+bool build_quadtree(const char *program, vesk_mesh &mesh, unsigned int width, unsigned int height,
+                    const vesk_list<unsigned int> *subsets)
 {
     return build_with_bar(program, "quadtree", mesh,
-                          [&mesh, width, height](int (*poll)()) {
+                          [&mesh, width, height, subsets](int (*poll)()) {
                               return mesh.generate_uv_lookup_quadtree(
-                                  width, height, depth_for(mesh), 0, 0, nullptr, poll);
+                                  width, height, depth_for(mesh), 0, 0, subsets, poll);
                           });
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <utility>
 
 namespace
 {
@@ -24,6 +25,31 @@ bool is_finite(const flat_triangle &triangle)
     return std::all_of(triangle.corners, triangle.corners + 3,
                        [](const vesk_vector2 &corner)
                        { return std::isfinite(corner.x) && std::isfinite(corner.y); });
+}
+
+/// Turns a triangle so that all of a path run one way: where two that run against each other
+/// overlap, they would cancel out and leave a hole.
+void turn_one_way(flat_triangle &triangle)
+{
+    const vesk_vector2 e1 = triangle.corners[1] - triangle.corners[0];
+    const vesk_vector2 e2 = triangle.corners[2] - triangle.corners[0];
+    if (e1.x * e2.y < e1.y * e2.x)
+        std::swap(triangle.corners[1], triangle.corners[2]);
+}
+
+/// Marks the triangles that stand in a node or below it.
+void mark_held(const vesk_uv_lookup_node_s *node, std::vector<char> &held)
+{
+    if (!node)
+        return;
+    for (unsigned int i = 0; i < node->triangles.count; ++i)
+    {
+        const unsigned int triangle = node->triangles.data[i]->record_offset / 7;
+        if (triangle < held.size())
+            held[triangle] = 1;
+    }
+    for (const vesk_uv_lookup_node_s *child : node->children)
+        mark_held(child, held);
 }
 
 /// Corner c of triangle t in the quadtree's raster, which has three of them a triangle.
@@ -50,15 +76,19 @@ subset_triangles triangles_by_subset(const vesk_mesh &mesh)
 {
     const auto corner_of = mesh.uv_lookup_root ? raster_corner : channel_corner;
     const std::vector<int> subset_of = vesk_debug_subset_of_triangle(mesh);
+    std::vector<char> drawn(subset_of.size(), !mesh.uv_lookup_root);
+    mark_held(mesh.uv_lookup_root, drawn);
     subset_triangles triangles;
     for (std::size_t t = 0; t < subset_of.size(); ++t)
     {
         flat_triangle triangle;
-        bool complete = true;
+        bool complete = drawn[t] != 0;
         for (unsigned int c = 0; c < 3; ++c)
             complete = complete && corner_of(mesh, t, c, triangle.corners[c]);
-        if (complete && is_finite(triangle))
-            triangles[subset_of[t]].push_back(triangle);
+        if (!complete || !is_finite(triangle))
+            continue;
+        turn_one_way(triangle);
+        triangles[subset_of[t]].push_back(triangle);
     }
     return triangles;
 }

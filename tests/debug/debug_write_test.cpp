@@ -285,10 +285,18 @@ TEST(DebugWrite, UvLayoutShowsRasterAndRectangles)
         for (const float corner : path_numbers(path_of(svg, id)))
             corners.push_back(corner);
     ASSERT_EQ(corners.size(), mesh.uv_lookup_vertex_count * 2u);
-    for (unsigned int i = 0; i < mesh.uv_lookup_vertex_count; ++i)
+    for (unsigned int i = 0; i < mesh.uv_lookup_vertex_count; i += 3)
     {
-        EXPECT_BITS(corners[i * 2], bits_of(mesh.uv_lookup_vertex_array[i].x));
-        EXPECT_BITS(corners[i * 2 + 1], bits_of(mesh.uv_lookup_vertex_array[i].z));
+        // All run one way, whatever the mesh says.
+        const vesk_vector3 *of_mesh = mesh.uv_lookup_vertex_array + i;
+        const vesk_vector3 across =
+            vesk_vec_cross_product(of_mesh[1] - of_mesh[0], of_mesh[2] - of_mesh[0]);
+        const unsigned int order[] = {0, across.y > 0.0f ? 2u : 1u, across.y > 0.0f ? 1u : 2u};
+        for (unsigned int c = 0; c < 3; ++c)
+        {
+            EXPECT_BITS(corners[(i + c) * 2], bits_of(of_mesh[order[c]].x));
+            EXPECT_BITS(corners[(i + c) * 2 + 1], bits_of(of_mesh[order[c]].z));
+        }
     }
 
     std::vector<std::pair<const vesk_uv_lookup_node_s *, unsigned int>> nodes;
@@ -305,6 +313,23 @@ TEST(DebugWrite, UvLayoutShowsRasterAndRectangles)
         EXPECT_EQ(path_numbers(path_of(svg, "depth_" + std::to_string(depth))), numbers) << depth;
 }
 
+TEST(DebugWrite, UvLayoutShowsWhatTheQuadtreeHolds)
+{
+    mesh_source source = displaced_sphere(200);
+    split_subsets(source, 3);
+    owned_mesh mesh(source);
+    vesk_list<unsigned int> second;
+    second.push_back(1);
+    ASSERT_EQ(mesh.generate_uv_lookup_quadtree(64, 64, 3, 0, 0, &second, nullptr), 1);
+    const temp_file file;
+    ASSERT_EQ(vesk_debug_write_uv_layout(mesh, 0, file.wide()), 1);
+    const std::string svg = text_of(file);
+    EXPECT_EQ(path_of(svg, "subset_0") + path_of(svg, "subset_2"), "");
+    EXPECT_EQ(path_numbers(path_of(svg, "subset_1")).size(), mesh.subset_lookup_table[3] * 6u);
+    EXPECT_NE(path_of(svg, "depth_0"), "");
+    EXPECT_EQ(path_of(svg, "depth_1"), "");
+}
+
 TEST(DebugWrite, UvLayoutWithoutQuadtreeLeavesOutWhatCannotBeDrawn)
 {
     owned_mesh mesh(random_soup(11, 4));
@@ -314,7 +339,7 @@ TEST(DebugWrite, UvLayoutWithoutQuadtreeLeavesOutWhatCannotBeDrawn)
     ASSERT_EQ(vesk_debug_write_uv_layout(mesh, all_depths, file.wide()), 1);
     const std::vector<float> numbers = path_numbers(path_of(text_of(file), "subset_0"));
     ASSERT_EQ(numbers.size(), 2u * 6u) << "triangles 0 and 3";
-    const vesk_vector2 &uv = mesh.uv_array[mesh.index_array[3 * 7 + 3]];
+    const vesk_vector2 &uv = mesh.uv_array[mesh.index_array[3 * 7 + 3]]; // the first corner stays
     EXPECT_EQ(numbers[6], uv.x * 512.0f);
     EXPECT_EQ(numbers[7], (1.0f - uv.y) * 512.0f);
 }
