@@ -67,9 +67,10 @@ int vesk_debug_write_rays(const vesk_debug_ray_s *rays, unsigned int count, cons
 /// depth on top of them.
 ///
 /// With a quadtree the picture is its raster, one unit a texel, row 0 on top, and the triangles
-/// are those that stand in the tree: one that texels cannot find is missing here too. Without one it is the unit square of
-/// the current channel, with V upwards, at 512 units. What reaches beyond lies outside of the
-/// view. A triangle with a UV that is out of range or not finite is left out. Triangles are turned to run one way.
+/// are those that stand in the tree: one that texels cannot find is missing here too. Without one
+/// it is the unit square of the current channel, with V upwards, at 512 units. What reaches beyond
+/// lies outside of the view. A triangle with a UV that is out of range or not finite is left out,
+/// and all are turned to run one way.
 ///
 /// @param mesh any mesh, an instance or an empty one included
 /// @param deepest rectangles below this depth are left out; the root has depth 0
