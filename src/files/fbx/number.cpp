@@ -2,9 +2,11 @@
 
 #include "files/fbx/byte_order.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <system_error>
 
@@ -271,9 +273,50 @@ const char *read_decimal(const char *p, const char *end, decimal &out)
     return p;
 }
 
-/// The general case, for which the standard library has what it takes (libstdc++ from 11 on, and
-/// without a locale from 12 on; libc++ only from 20 on).
-double convert_slowly(const char *begin, const char *end, const decimal &number)
+// No double, and no middle between two, has more digits than 768: further ones only tell whether
+// there is anything behind.
+constexpr int telling_digits = 768;
+
+/// A number of any length, cut to `telling_digits` and, where others follow, a 1 for all of them.
+class short_spelling
+{
+public:
+    short_spelling(const char *p, const char *end, const decimal &number)
+    {
+        for (; p != end && *p != 'e' && *p != 'E'; ++p)
+            if (*p != '.')
+                add_digit(*p);
+        const std::int64_t exponent = number.exponent + number.digit_count - (m_end - m_text);
+        *m_end++ = 'e';
+        // Far beyond the range of doubles is as good as farther.
+        m_end = std::to_chars(m_end, std::end(m_text),
+                              std::min<std::int64_t>(std::max<std::int64_t>(exponent, -9999), 9999))
+                    .ptr;
+    }
+    const char *begin() const
+    {
+        return m_text;
+    }
+    const char *end() const
+    {
+        return m_end;
+    }
+
+private:
+    void add_digit(char digit)
+    {
+        const auto count = m_end - m_text;
+        if (count < telling_digits && (count > 0 || digit != '0'))
+            *m_end++ = digit;
+        else if (count == telling_digits && digit != '0')
+            *m_end++ = '1';
+    }
+
+    char m_text[telling_digits + 16];
+    char *m_end = m_text;
+};
+
+double convert_short(const char *begin, const char *end, const decimal &number)
 {
     double value = 0;
     const std::from_chars_result r = std::from_chars(begin, end, value);
@@ -281,6 +324,17 @@ double convert_slowly(const char *begin, const char *end, const decimal &number)
         return number.digit_count + number.exponent > 0 ? std::numeric_limits<double>::infinity()
                                                         : 0.0;
     return value;
+}
+
+/// The general case, for which the standard library has what it takes (libstdc++ from 11 on, and
+/// without a locale from 12 on; libc++ only from 20 on). It is not asked to be fast, so it never
+/// sees more than some hundred digits.
+double convert_slowly(const char *begin, const char *end, const decimal &number)
+{
+    if (end - begin <= telling_digits)
+        return convert_short(begin, end, number);
+    const short_spelling spelling(begin, end, number);
+    return convert_short(spelling.begin(), spelling.end(), number);
 }
 } // namespace
 
