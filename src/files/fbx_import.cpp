@@ -132,6 +132,19 @@ unsigned int find_or_add_fbx_vertex(unsigned int control_point, const vesk_3d_ve
     return link->vertex_index;
 }
 
+/// A corner's normal as the file has it, and what became of it.
+struct fbx_turned_normal
+{
+    FbxVector4 source;
+    FbxVector4 turned;
+};
+
+bool same_bits(const FbxVector4 &a, const FbxVector4 &b)
+{
+    const double left[3] = {a[0], a[1], a[2]}, right[3] = {b[0], b[1], b[2]};
+    return std::memcmp(left, right, sizeof(left)) == 0;
+}
+
 /// Appends the mesh nodes at and below `node`, depth first, parents before children. A node
 /// without attribute hides what is below it.
 void collect_fbx_mesh_nodes(FbxNode *node, std::vector<FbxNode *> &mesh_nodes)
@@ -216,6 +229,8 @@ private:
     const wchar_t *store_uv_channel(unsigned int channel);
     const wchar_t *read_vertices();
     const wchar_t *read_mesh(FbxNode &node, FbxMesh &source);
+    const fbx_vertex_link_s *find_vertex_made_from(unsigned int control_point,
+                                                   const FbxVector4 &normal) const;
     const wchar_t *store_vertices();
 
     vesk_mesh &mesh;
@@ -230,8 +245,10 @@ private:
     std::vector<vesk_vector2> working_uvs;
     std::vector<unsigned int> working_uv_indices;
     std::vector<vesk_3d_vertex_s> working_vertices;
-    unsigned int next_word = 0; ///< of `index_array`
-    FbxVector4 corner_normal;   ///< lives on: a corner without normal sees the one before
+    std::vector<fbx_turned_normal> working_normals; ///< of the vertices of one mesh
+    std::size_t first_vertex = 0;                   ///< of that mesh
+    unsigned int next_word = 0;                     ///< of `index_array`
+    FbxVector4 corner_normal; ///< lives on: a corner without normal sees the one before
 };
 
 /// Runs on success, failure and exception alike.
@@ -385,13 +402,14 @@ bool fbx_import::append_uvs(FbxMesh &source, unsigned int channel)
     if (static_cast<std::size_t>(indices.GetCount()) != corner_count)
         return false;
     const std::uint64_t uv_base = working_uvs.size();
+    working_uv_indices.resize(first_corner + corner_count);
+    unsigned int *target = working_uv_indices.data() + first_corner;
     for (int j = 0; j < indices.GetCount(); ++j)
     {
         int i = -1;
         indices.GetAt(j, &i, eFbxInt);
         const std::uint64_t index = i < 0 ? 0 : static_cast<std::uint64_t>(i) + uv_base;
-        working_uv_indices.push_back(
-            static_cast<unsigned int>(std::min<std::uint64_t>(index, UINT32_MAX)));
+        *target++ = static_cast<unsigned int>(std::min<std::uint64_t>(index, UINT32_MAX));
     }
 
     const FbxLayerElementArray &values = element->GetDirectArray();
@@ -436,6 +454,19 @@ const wchar_t *fbx_import::read_vertices()
     return nullptr;
 }
 
+/// The vertex that this very normal made at this point before, or null. It is the one that would
+/// be found, and in most meshes five corners of six need no arithmetic.
+const fbx_vertex_link_s *fbx_import::find_vertex_made_from(unsigned int control_point,
+                                                           const FbxVector4 &normal) const
+{
+    if (control_point >= fbx_vertex_buckets.size())
+        return nullptr;
+    const fbx_vertex_link_s *link = fbx_vertex_buckets[control_point];
+    while (link && !same_bits(working_normals[link->vertex_index - first_vertex].source, normal))
+        link = link->next;
+    return link;
+}
+
 const wchar_t *fbx_import::read_mesh(FbxNode &node, FbxMesh &source)
 {
     const FbxAMatrix vertex_matrix = make_vertex_matrix(node);
@@ -449,22 +480,37 @@ const wchar_t *fbx_import::read_mesh(FbxNode &node, FbxMesh &source)
     if (mesh.subset_lookup_table.count != table_count + 2)
         return L"Memory Allocation Error: Failed to allocate mesh index array.";
 
+    first_vertex = working_vertices.size();
+    working_normals.clear();
+    const auto read_corner = [&](int polygon, int k)
+    {
+        const int point = source.GetPolygonVertex(polygon, k);
+        const unsigned int control_point = static_cast<unsigned int>(point);
+        source.GetPolygonVertexNormal(polygon, k, corner_normal);
+        if (const fbx_vertex_link_s *known = find_vertex_made_from(control_point, corner_normal))
+        {
+            corner_normal = working_normals[known->vertex_index - first_vertex].turned;
+            return known->vertex_index;
+        }
+        const FbxVector4 source_normal = corner_normal;
+        corner_normal.Normalize();
+        corner_normal = normal_matrix.MultT(corner_normal);
+        corner_normal.Normalize();
+
+        vesk_3d_vertex_s vertex;
+        vertex.position = z_mirrored(vertex_matrix.MultT(control_points[point]));
+        vertex.normal = z_mirrored(corner_normal);
+        const unsigned int index = find_or_add_fbx_vertex(control_point, vertex, working_vertices);
+        if (index - first_vertex == working_normals.size())
+            working_normals.push_back({source_normal, corner_normal});
+        return index;
+    };
     for (int p = 0; p < polygon_count; ++p)
     {
         unsigned int *record = mesh.index_array + next_word;
         for (int k = 0; k < 3; ++k)
         {
-            const int cp = source.GetPolygonVertex(p, k);
-            source.GetPolygonVertexNormal(p, k, corner_normal);
-            corner_normal.Normalize();
-            corner_normal = normal_matrix.MultT(corner_normal);
-            corner_normal.Normalize();
-
-            vesk_3d_vertex_s vertex;
-            vertex.position = z_mirrored(vertex_matrix.MultT(control_points[cp]));
-            vertex.normal = z_mirrored(corner_normal);
-            record[k] =
-                find_or_add_fbx_vertex(static_cast<unsigned int>(cp), vertex, working_vertices);
+            record[k] = read_corner(p, k);
             record[3 + k] = 0;
         }
         record[6] = next_word;

@@ -104,16 +104,20 @@ void cut_polygons(const mesh_geometry &mesh, triangle_geometry &out)
     std::vector<vector3> positions;
     int *corners = out.corners.data.get();
     int *polygons = out.polygons.data.get();
-    for (int i = 0; i < mesh.polygon_count(); ++i)
+    const int polygon_count = mesh.polygon_count();
+    for (int i = 0; i < polygon_count; ++i)
     {
         const mesh_geometry::polygon p = mesh.get_polygon(i);
         if (p.corner_count < 3)
             continue;
-        positions.clear();
+        const std::size_t corner_count = static_cast<std::size_t>(p.corner_count);
+        if (positions.size() < corner_count)
+            positions.resize(corner_count);
+        vector3 *position = positions.data();
         for (int k = 0; k < p.corner_count; ++k)
         {
             const FbxVector4 &point = mesh.corner_position(p.first_corner + k);
-            positions.push_back({point[0], point[1], point[2]});
+            *position++ = {point[0], point[1], point[2]};
         }
         splitter.split(positions.data(), p.corner_count, corners);
         for (int t = 0; t < p.corner_count - 2; ++t)
@@ -224,5 +228,9 @@ void triangulate(const mesh_geometry &mesh, triangle_geometry &out)
             element.indices.count == mesh.corner_points.count)
             out.uv_indices[i] = gather(element.indices, out.corners);
     }
+    const normal_element &normals = mesh.normals;
+    if (normals.mapping == mapping_mode::by_corner && normals.indexed &&
+        normals.indices.count >= mesh.corner_points.count)
+        out.normal_indices = gather(normals.indices, out.corners);
 }
 } // namespace vesk_fbx

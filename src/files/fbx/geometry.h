@@ -85,6 +85,7 @@ struct triangle_geometry
     number_array<int> corner_points;           ///< for each corner, its point
     number_array<int> polygons;                ///< for each triangle, the index of its polygon
     std::vector<number_array<int>> uv_indices; ///< by UV element; of those by corner alone
+    number_array<int> normal_indices;          ///< the same for normals by corner with indices
 };
 
 /// Reads the mesh below a Geometry record, or a Model record of version 6. False when its numbers

@@ -92,9 +92,33 @@ void FbxMesh::show_triangles(std::shared_ptr<const triangle_geometry> triangles)
             FbxLayerElementArray(indices.data.get(), indices.count),
             FbxLayerElementArray(element.values.data.get(), element.values.count / 2));
     }
+    list_normals();
 }
 
-bool FbxMesh::GetPolygonVertexNormal(int polygon, int corner, FbxVector4 &normal) const
+void FbxMesh::list_normals()
+{
+    const normal_element &normals = m_geometry->normals;
+    const bool cut = !m_geometry->all_triangles;
+    const int *entries = nullptr;
+    if (normals.mapping == mapping_mode::by_corner && !normals.indexed)
+        entries = m_triangles->corners.data.get(); // none where nothing is cut
+    else if (normals.mapping == mapping_mode::by_point && !normals.indexed)
+        entries = m_corner_points;
+    else if (normals.mapping == mapping_mode::by_corner && cut)
+        entries = m_triangles->normal_indices.data.get();
+    else if (normals.mapping == mapping_mode::by_corner &&
+             normals.indices.count >= m_geometry->corner_points.count)
+        entries = normals.indices.data.get();
+    else
+        return;
+    if (!entries && normals.indexed)
+        return; // too few indices
+    m_normal_entries = entries;
+    m_normals = normals.directions.data.get();
+    m_normal_count = normals.directions.count / 3;
+}
+
+bool FbxMesh::get_any_normal(int polygon, int corner, FbxVector4 &normal) const
 {
     int source_corner = 3 * polygon + corner;
     int source_polygon = polygon;

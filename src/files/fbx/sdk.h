@@ -232,7 +232,13 @@ public:
     }
     /// The normal of a corner as the file has it. Where it has none that is finite, the direction
     /// that the polygon faces before triangulation, zero for one without area.
-    bool GetPolygonVertexNormal(int polygon, int corner, FbxVector4 &normal) const;
+    bool GetPolygonVertexNormal(int polygon, int corner, FbxVector4 &normal) const
+    {
+        return get_listed_normal(3 * static_cast<std::size_t>(polygon) +
+                                     static_cast<std::size_t>(corner),
+                                 normal) ||
+               get_any_normal(polygon, corner, normal);
+    }
 
 private:
     friend class FbxGeometryConverter;
@@ -241,13 +247,33 @@ private:
     FbxMesh(FbxManager &manager, std::shared_ptr<const mesh_geometry> geometry);
     ~FbxMesh() override;
     void show_triangles(std::shared_ptr<const triangle_geometry> triangles);
+    void list_normals();
+    /// The common case, where a normal is one step away from the number of the corner.
+    bool get_listed_normal(std::size_t corner, FbxVector4 &normal) const
+    {
+        if (m_normal_count == 0)
+            return false;
+        const std::size_t entry =
+            m_normal_entries ? static_cast<std::size_t>(m_normal_entries[corner]) : corner;
+        if (entry >= m_normal_count)
+            return false;
+        const double *n = m_normals + 3 * entry;
+        if (!std::isfinite(n[0]) || !std::isfinite(n[1]) || !std::isfinite(n[2]))
+            return false;
+        normal = FbxVector4(n[0], n[1], n[2]);
+        return true;
+    }
+    bool get_any_normal(int polygon, int corner, FbxVector4 &normal) const;
 
     std::shared_ptr<const mesh_geometry> m_geometry;
     /// On a mesh of the scene: kept for the next node that shares it.
     std::shared_ptr<const triangle_geometry> m_triangles;
     const int *m_corner_points = nullptr;
     int m_polygon_count = 0;
-    mutable int m_facing_polygon = -1; ///< whose facing was asked for last
+    const double *m_normals = nullptr;     ///< three each
+    std::size_t m_normal_count = 0;        ///< 0 where there is no list
+    const int *m_normal_entries = nullptr; ///< for each corner; null: its own number
+    mutable int m_facing_polygon = -1;     ///< whose facing was asked for last
     mutable FbxVector4 m_facing;
 };
 

@@ -113,11 +113,13 @@ void polygon_splitter::split(const vector3 *corners, int corner_count, int *tria
 
     if (!is_tame(largest_coordinate(corners, corner_count)))
         corners = tame(corners, corner_count);
-    project(corners, corner_count);
     if (corner_count == 4)
+    {
         split_quadrangle(corners, triangles);
-    else
-        clip_ears(triangles);
+        return;
+    }
+    project(corners, corner_count);
+    clip_ears(triangles);
 }
 
 const vector3 *polygon_splitter::tame(const vector3 *corners, int corner_count)
@@ -146,10 +148,14 @@ int polygon_splitter::side(int a, int b, int c) const
     return orientation(m_corners[a].position, m_corners[b].position, m_corners[c].position);
 }
 
-void polygon_splitter::split_quadrangle(const vector3 *corners, int *triangles) const
+void polygon_splitter::split_quadrangle(const vector3 *corners, int *triangles)
 {
-    const int cut_02 = std::min(side(0, 1, 2), side(0, 2, 3));
-    const int cut_13 = std::min(side(1, 2, 3), side(0, 1, 3));
+    const vector3 area = area_vector(corners, 4);
+    vector2 p[4];
+    for (int i = 0; i < 4; ++i)
+        p[i] = flattened(corners[i], area);
+    const int cut_02 = std::min(orientation(p[0], p[1], p[2]), orientation(p[0], p[2], p[3]));
+    const int cut_13 = std::min(orientation(p[1], p[2], p[3]), orientation(p[0], p[1], p[3]));
     const bool shorter_13 =
         squared_distance(corners[1], corners[3]) < squared_distance(corners[0], corners[2]);
     const bool use_13 = cut_13 > cut_02 || (cut_13 == cut_02 && shorter_13);

@@ -98,7 +98,7 @@ private:
 
     const vector3 *tame(const vector3 *corners, int corner_count);
     void project(const vector3 *corners, int corner_count);
-    void split_quadrangle(const vector3 *corners, int *triangles) const;
+    static void split_quadrangle(const vector3 *corners, int *triangles);
     void clip_ears(int *triangles);
 
     void link_corners();
