@@ -59,18 +59,32 @@ void print_slips(const char *name, unsigned int ray_count, unsigned int slips)
 
 /// Lines from inside that the floats of origin and direction aim at a point of the surface, as
 /// parameter 1: each should hit there or before. Whether one does is a question of edges alone.
+/// What slips is asked again with the direction moved a little.
 void count_slips(const vesk_mesh &mesh, const char *name, target where, unsigned int ray_count)
 {
     test_random random(7);
     float ahead = 0.0f; // with a line: hits behind the origin do not count
-    unsigned int slips = 0;
+    unsigned int slips = 0, slips_again[4] = {};
+    const float moves[4] = {1e-7f, 1e-6f, 1e-5f, 1e-4f};
     for (unsigned int i = 0; i < ray_count; ++i)
     {
         const vesk_vector3 point = aim(mesh, random, where);
         const vesk_vector3 origin = random.point(-0.1f, 0.1f);
-        slips += !mesh.is_line_intersect(origin, point - origin, 1.001f, &ahead);
+        const vesk_vector3 direction = point - origin;
+        if (mesh.is_line_intersect(origin, direction, 1.001f, &ahead))
+            continue;
+        ++slips;
+        for (unsigned int k = 0; k < 4; ++k)
+        {
+            const vesk_vector3 moved = direction + vesk_vector3(1.0f, 0.3f, -0.6f) * moves[k];
+            slips_again[k] += !mesh.is_line_intersect(origin, moved, 1.01f, &ahead);
+        }
     }
     print_slips(name, ray_count, slips);
+    if (slips)
+        std::printf(
+            "    and again with a direction moved by 1e-7: %u, 1e-6: %u, 1e-5: %u, 1e-4: %u\n",
+            slips_again[0], slips_again[1], slips_again[2], slips_again[3]);
 }
 
 /// Lines from inside in random directions: each should hit something.
@@ -90,27 +104,25 @@ void count_escapes(const vesk_mesh &mesh, unsigned int ray_count)
 
 /// Rays straight down onto a flat grid whose coordinates are exact: no product rounds, so no
 /// triangle lets an edge go. What slips runs exactly in a plane between boxes of the tree.
-void count_grid_slips(unsigned int ray_count)
+void count_grid_slips(unsigned int depth, float lean, unsigned int ray_count)
 {
     owned_mesh mesh(grid(256, 256));
-    for (const unsigned int depth : {0u, 8u})
+    mesh.generate_octree(depth, nullptr, nullptr);
+    test_random random(8);
+    unsigned int corners = 0, edges = 0;
+    const vesk_vector3 down(lean, -1.0f, lean * 0.5f);
+    for (unsigned int i = 0; i < ray_count; ++i)
     {
-        mesh.generate_octree(depth, nullptr, nullptr);
-        test_random random(8);
-        unsigned int corners = 0, edges = 0;
-        const unsigned int count = depth == 0 ? ray_count / 1000 : ray_count;
-        const vesk_vector3 down(0.0f, -1.0f, 0.0f);
-        for (unsigned int i = 0; i < count; ++i)
-        {
-            const float x = float(random.below(257)) / 256.0f;
-            const float z = float(random.below(257)) / 256.0f;
-            corners += !mesh.is_ray_intersect(vesk_vector3(x, 1.0f, z), down, nullptr);
-            edges += !mesh.is_ray_intersect(vesk_vector3(x, 1.0f, random.unit()), down, nullptr);
-        }
-        std::printf("flat grid of 256 x 256, straight down, depth %u\n", depth);
-        print_slips("at corners", count, corners);
-        print_slips("at edges", count, edges);
+        // The border is left out: a ray that leans may lean out over it.
+        const float x = float(1 + random.below(255)) / 256.0f;
+        const float z = float(1 + random.below(255)) / 256.0f;
+        const float between = random.between(0.1f, 0.9f);
+        corners += !mesh.is_ray_intersect(vesk_vector3(x, 1.0f, z), down, nullptr);
+        edges += !mesh.is_ray_intersect(vesk_vector3(x, 1.0f, between), down, nullptr);
     }
+    std::printf("flat grid of 256 x 256, depth %u, down with a lean of %g\n", depth, double(lean));
+    print_slips("at corners", ray_count, corners);
+    print_slips("at edges", ray_count, edges);
 }
 
 void show_edges(unsigned int ray_count)
@@ -126,7 +138,9 @@ void show_edges(unsigned int ray_count)
         count_slips(mesh, "aimed inside triangles", target::inside, ray_count);
         count_escapes(mesh, ray_count);
     }
-    count_grid_slips(ray_count);
+    count_grid_slips(0, 0.0f, ray_count / 1000);
+    for (const float lean : {0.0f, 1e-9f, 1e-6f})
+        count_grid_slips(8, lean, ray_count);
 }
 
 /// How often a triangle stands in the list of all hits of one ray, by depth.
