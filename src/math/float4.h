@@ -18,7 +18,7 @@ typedef float vesk_float4 __attribute__((vector_size(16)));
 typedef int vesk_mask4 __attribute__((vector_size(16)));
 
 /// Four floats from any address.
-inline vesk_float4 vesk_load4(const float *from)
+inline vesk_float4 vesk_load4(const void *from)
 {
     vesk_float4 lanes;
     std::memcpy(&lanes, from, sizeof(lanes));

@@ -1,33 +1,10 @@
 #pragma once
 
-#include <cstring>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "math/float4.h"
 
 /// @file
-/// Four floats at once. Every operation is the scalar one, lane for lane, with the same rounding;
-/// comparisons are ordered, so that a NaN lane answers no.
-
-/// Four floats; arithmetic and comparison are the compiler's own.
-typedef float vesk_float4 __attribute__((vector_size(16)));
-/// Four comparison results: all bits set for yes, none for no.
-typedef int vesk_mask4 __attribute__((vector_size(16)));
-
-/// The value in every lane.
-inline vesk_float4 vesk_broadcast4(float value)
-{
-    return vesk_float4{value, value, value, value};
-}
-
-/// Four floats from any address.
-inline vesk_float4 vesk_load4(const void *from)
-{
-    vesk_float4 value;
-    std::memcpy(&value, from, sizeof(value));
-    return value;
-}
+/// Geometry in four lanes. Every operation is the scalar one, lane for lane, with the same
+/// rounding; comparisons are ordered, so that a NaN lane answers no.
 
 /// Clears the signs.
 inline vesk_float4 vesk_abs4(vesk_float4 value)
@@ -71,24 +48,10 @@ inline vesk_columns4 vesk_columns_of(vesk_float4 a, vesk_float4 b, vesk_float4 c
 #endif
 }
 
-/// Columns 1, 2 and 3.
-inline vesk_columns4 vesk_columns_from_1(vesk_float4 a, vesk_float4 b, vesk_float4 c, vesk_float4 d)
-{
-#if defined(__SSE2__)
-    const __m128 ab_low = _mm_unpacklo_ps(a, b), cd_low = _mm_unpacklo_ps(c, d);
-    const __m128 ab_high = _mm_unpackhi_ps(a, b), cd_high = _mm_unpackhi_ps(c, d);
-    return {_mm_movehl_ps(cd_low, ab_low), _mm_movelh_ps(ab_high, cd_high),
-            _mm_movehl_ps(cd_high, ab_high)};
-#else
-    return {vesk_float4{a[1], b[1], c[1], d[1]}, vesk_float4{a[2], b[2], c[2], d[2]},
-            vesk_float4{a[3], b[3], c[3], d[3]}};
-#endif
-}
-
 /// A vector in every lane.
 inline vesk_columns4 vesk_broadcast_columns(float x, float y, float z)
 {
-    return {vesk_broadcast4(x), vesk_broadcast4(y), vesk_broadcast4(z)};
+    return {vesk_splat4(x), vesk_splat4(y), vesk_splat4(z)};
 }
 
 inline vesk_columns4 operator-(const vesk_columns4 &a, const vesk_columns4 &b)

@@ -37,6 +37,11 @@ inline unsigned int lane_bits(mask8 mask)
     return static_cast<unsigned int>(_mm256_movemask_ps(signs));
 }
 
+inline float lane_of(float8 v, unsigned int lane)
+{
+    return v[lane];
+}
+
 /// Lane i takes lane 0 of the low half for an even i, of the high half for an odd one.
 inline float8 spread_x(float8 v)
 {
@@ -61,8 +66,9 @@ struct columns8
     float8 x, y, z;
 };
 
-/// Columns FIRST to FIRST + 2 of eight rows of four floats.
-template <unsigned int FIRST> inline columns8 columns_of(const void *const (&rows)[8])
+/// Three of the four columns of eight rows of four floats.
+template <unsigned int X, unsigned int Y, unsigned int Z>
+inline columns8 columns_of(const void *const (&rows)[8])
 {
     const float8 a = pair(vesk_load4(rows[0]), vesk_load4(rows[4]));
     const float8 b = pair(vesk_load4(rows[1]), vesk_load4(rows[5]));
@@ -70,13 +76,10 @@ template <unsigned int FIRST> inline columns8 columns_of(const void *const (&row
     const float8 d = pair(vesk_load4(rows[3]), vesk_load4(rows[7]));
     const float8 ab_low = _mm256_unpacklo_ps(a, b), cd_low = _mm256_unpacklo_ps(c, d);
     const float8 ab_high = _mm256_unpackhi_ps(a, b), cd_high = _mm256_unpackhi_ps(c, d);
-    const float8 first = _mm256_shuffle_ps(ab_low, cd_low, 0x44);
-    const float8 second = _mm256_shuffle_ps(ab_low, cd_low, 0xEE);
-    const float8 third = _mm256_shuffle_ps(ab_high, cd_high, 0x44);
-    const float8 fourth = _mm256_shuffle_ps(ab_high, cd_high, 0xEE);
-    if (FIRST == 0)
-        return {first, second, third};
-    return {second, third, fourth};
+    const float8 columns[4] = {
+        _mm256_shuffle_ps(ab_low, cd_low, 0x44), _mm256_shuffle_ps(ab_low, cd_low, 0xEE),
+        _mm256_shuffle_ps(ab_high, cd_high, 0x44), _mm256_shuffle_ps(ab_high, cd_high, 0xEE)};
+    return {columns[X], columns[Y], columns[Z]};
 }
 
 #else
@@ -160,7 +163,7 @@ inline float8 pair(vesk_float4 low, vesk_float4 high)
 
 inline float8 broadcast8(float value)
 {
-    return {vesk_broadcast4(value), vesk_broadcast4(value)};
+    return {vesk_splat4(value), vesk_splat4(value)};
 }
 
 inline float8 abs8(float8 value)
@@ -174,6 +177,11 @@ inline unsigned int lane_bits(mask8 mask)
     return vesk_lane_bits(mask.low) | vesk_lane_bits(mask.high) << 4;
 }
 
+inline float lane_of(float8 v, unsigned int lane)
+{
+    return lane < 4 ? v.low[lane] : v.high[lane - 4];
+}
+
 /// Lane i takes lane 0 of the low half for an even i, of the high half for an odd one.
 inline float8 spread_x(float8 v)
 {
@@ -184,7 +192,7 @@ inline float8 spread_x(float8 v)
 /// Lane 1 of the low half four times, of the high half four times.
 inline float8 spread_y(float8 v)
 {
-    return {vesk_broadcast4(v.low[1]), vesk_broadcast4(v.high[1])};
+    return {vesk_splat4(v.low[1]), vesk_splat4(v.high[1])};
 }
 
 /// Lane 2 of the halves, in turns of two.
@@ -200,17 +208,16 @@ struct columns8
     float8 x, y, z;
 };
 
-/// Columns FIRST to FIRST + 2 of eight rows of four floats.
-template <unsigned int FIRST> inline columns8 columns_of(const void *const (&rows)[8])
+/// Three of the four columns of eight rows of four floats.
+template <unsigned int X, unsigned int Y, unsigned int Z>
+inline columns8 columns_of(const void *const (&rows)[8])
 {
     vesk_float4 row[8];
     for (unsigned int i = 0; i < 8; ++i)
         row[i] = vesk_load4(rows[i]);
-    const vesk_columns4 low = FIRST == 0 ? vesk_columns_of(row[0], row[1], row[2], row[3])
-                                         : vesk_columns_from_1(row[0], row[1], row[2], row[3]);
-    const vesk_columns4 high = FIRST == 0 ? vesk_columns_of(row[4], row[5], row[6], row[7])
-                                          : vesk_columns_from_1(row[4], row[5], row[6], row[7]);
-    return {{low.x, high.x}, {low.y, high.y}, {low.z, high.z}};
+    vesk_transpose4(row[0], row[1], row[2], row[3]);
+    vesk_transpose4(row[4], row[5], row[6], row[7]);
+    return {{row[X], row[4 + X]}, {row[Y], row[4 + Y]}, {row[Z], row[4 + Z]}};
 }
 
 #endif

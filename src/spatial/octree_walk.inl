@@ -58,7 +58,7 @@ inline unsigned int boxes_met(const query_terms &terms, const vesk_octree_node_s
         low[lane] = &nodes[lane]->box;
         high[lane] = &nodes[lane]->box.min.z;
     }
-    const columns8 min = columns_of<0>(low), max = columns_of<1>(high);
+    const columns8 min = columns_of<0, 1, 2>(low), max = columns_of<1, 2, 3>(high);
     const columns8 size = max - min;
     const columns8 h = {size.x * 0.5f, size.y * 0.5f, size.z * 0.5f};
     const columns8 centre = {min.x + h.x, min.y + h.y, min.z + h.z};
@@ -153,9 +153,9 @@ triangles_hit(const query_terms &terms, vesk_octree_triangle_s *const *records, 
     for (unsigned int lane = 0; lane < 8; ++lane)
         for (unsigned int c = 0; c < 3; ++c)
             rows[c][lane] = &terms.vertices[records[lane]->vertex_indices[c]];
-    const columns8 a = columns_of<0>(rows[0]);
-    const columns8 e1 = columns_of<0>(rows[1]) - a;
-    const columns8 e2 = columns_of<0>(rows[2]) - a;
+    const columns8 a = columns_of<0, 1, 2>(rows[0]);
+    const columns8 e1 = columns_of<0, 1, 2>(rows[1]) - a;
+    const columns8 e2 = columns_of<0, 1, 2>(rows[2]) - a;
 
     const columns8 p = cross8(terms.direction, e2);
     const float8 det = dot8(e1, p);

@@ -30,7 +30,7 @@ struct vesk_corners4
 
 inline bool vesk_is_tame(const vesk_corners4 &triangle)
 {
-    const vesk_float4 limit = vesk_broadcast4(vesk_tame_limit);
+    const vesk_float4 limit = vesk_splat4(vesk_tame_limit);
     const vesk_mask4 is_below = (vesk_abs4(triangle.a) < limit) & (vesk_abs4(triangle.b) < limit) &
                                 (vesk_abs4(triangle.c) < limit);
     return (vesk_lane_bits(is_below) & 7) == 7;
