@@ -179,6 +179,82 @@ triangles_hit(const query_terms &terms, vesk_octree_triangle_s *const *records, 
     return ~lane_bits(missed | (terms.minimum > hit.t)) & 0xFFu;
 }
 
+/// The nodes that a query reaches, found level by level and then put into the order of the walk.
+/// Going down depth first, each step waits for a node that the step before has just named; here
+/// the steps of a level don't depend on one another, so the processor works on several at a time.
+template <bool IS_OWN> class reached_nodes
+{
+public:
+    /// False when there are more than find room.
+    bool find(const query_terms &terms, const vesk_octree_node_s &root)
+    {
+        nodes[0] = &root;
+        count = 1;
+        const vesk_octree_node_s *level[capacity];
+        for (unsigned int begin = 0, end = 1; begin < end; begin = end, end = count)
+        {
+            // Read before anything new is written: a load waits for stores that may meet it.
+            for (unsigned int i = begin; i < end; ++i)
+            {
+                level[i] = nodes[i];
+                __builtin_prefetch(&level[i]->box);
+                __builtin_prefetch(&level[i]->children[2]);
+            }
+            for (unsigned int i = begin; i < end; ++i)
+                if (!step(terms, *level[i], i))
+                    return false;
+        }
+        return true;
+    }
+
+    /// Hands each node to `visit`, parents before children, children in index order.
+    template <typename Visit> void visit_in_order(Visit &&visit)
+    {
+        for (unsigned int i = 0; i < count; ++i)
+            sizes[i] = 1;
+        for (unsigned int i = count; --i > 0;)
+            sizes[parents[i]] += sizes[i];
+
+        const vesk_octree_node_s *ordered[capacity];
+        unsigned int next_places[capacity]; // of each node's next child
+        ordered[0] = nodes[0];
+        next_places[0] = 1;
+        for (unsigned int i = 1; i < count; ++i)
+        {
+            const unsigned int place = next_places[parents[i]];
+            next_places[parents[i]] += sizes[i];
+            next_places[i] = place + 1;
+            ordered[place] = nodes[i];
+        }
+        for (unsigned int i = 0; i < count; ++i)
+            visit(*ordered[i]);
+    }
+
+private:
+    static constexpr unsigned int capacity = 256;
+
+    /// Adds what is reached of the children of node `i`.
+    bool step(const query_terms &terms, const vesk_octree_node_s &node, unsigned int i)
+    {
+        if (count + 8 > capacity)
+            return false;
+        __builtin_prefetch(node.triangles.data);
+        const unsigned int met = children_met<IS_OWN>(terms, node);
+        for (unsigned int child = 0; child < 8; ++child)
+        {
+            nodes[count] = node.children[child];
+            parents[count] = i;
+            count += met >> child & 1u;
+        }
+        return true;
+    }
+
+    unsigned int count;
+    const vesk_octree_node_s *nodes[capacity];
+    unsigned int parents[capacity];
+    unsigned int sizes[capacity]; ///< nodes of each subtree
+};
+
 /// A walk of one shape over one kind of tree; without `hits` it ends at the first hit.
 ///
 /// Triangles wait in a queue, in walk order, and are tested eight at a time: lists of several
@@ -195,7 +271,14 @@ public:
 
     int run(const vesk_octree_node_s &root)
     {
-        if (!vesk_walk_reached(root, *this))
+        // The first hit ends a walk that goes depth first early.
+        reached_nodes<IS_OWN> reached;
+        if (hits && reached.find(terms, root))
+        {
+            reached.visit_in_order([this](const vesk_octree_node_s &node) { visit(node); });
+            finish();
+        }
+        else if (!vesk_walk_reached(root, *this))
             finish();
         return found;
     }
