@@ -1,5 +1,8 @@
+#include "spatial/texel_descent.h"
 #include "spatial/tree_walk.h"
 #include "vesk/mesh.h"
+
+#include <cstring>
 
 namespace
 {
@@ -76,63 +79,23 @@ private:
     }
 };
 
-/// The one child of a node of an own tree whose rectangle holds the point, read or not, there or
-/// not. False when several do, or none. The rectangles follow from the parent's by splitting.
-/// Branches, since neighbouring texels take the same ones: the way down is then guessed right and
-/// waits for no arithmetic.
-bool find_quadrant(const vesk_uv_lookup_node_s &node, const vesk_vector2 &point,
-                   const vesk_uv_lookup_node_s *&child)
+const vesk_texel_descent &descent()
 {
-    const vesk_vector2 &min = node.bounding_rect.min, &max = node.bounding_rect.max;
-    const float half_x = (max.x - min.x) * 0.5f, half_y = (max.y - min.y) * 0.5f;
-    const float middle_x = min.x + half_x, middle_y = min.y + half_y;
-    if (min.x <= point.x && point.x < middle_x)
-    {
-        if (min.y <= point.y && point.y < middle_y)
-            child = node.children[0];
-        else if (middle_y < point.y && point.y <= middle_y + half_y)
-            child = node.children[2];
-        else
-            return false;
-        return true;
-    }
-    if (middle_x < point.x && point.x <= middle_x + half_x)
-    {
-        if (min.y <= point.y && point.y < middle_y)
-            child = node.children[1];
-        else if (middle_y < point.y && point.y <= middle_y + half_y)
-            child = node.children[3];
-        else
-            return false;
-        return true;
-    }
-    return false;
+#if defined(VESK_TEXEL_DESCENT_AVX2)
+    if (__builtin_cpu_supports("avx2"))
+        return vesk_texel_descent_avx2;
+#endif
+    return vesk_texel_descent_baseline;
 }
 
-/// Goes down an own tree as long as one child alone holds the point, which is the rule. True when
-/// a triangle was found on the way; otherwise `node` is null, or where the search goes on in full.
-bool descend(texel_query &query, const vesk_vector2 &point, const vesk_uv_lookup_node_s *&node)
-{
-    const vesk_uv_lookup_node_s *child;
-    while (node && find_quadrant(*node, point, child))
-    {
-        if (query.visit(*node))
-            return true;
-        node = child;
-    }
-    return false;
-}
-
-int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s *node, bool is_own, const vesk_vector3 *corners,
+int vesk_uv_lookup_walk(const vesk_uv_lookup_node_s &node, const vesk_vector3 *corners,
                         const vesk_vector2 &point, vesk_uv_lookup_triangle_s &triangle,
                         vesk_vector2 &barycentric)
 {
-    if (!node->bounding_rect.intersect_point(point))
+    if (!node.bounding_rect.intersect_point(point))
         return 0;
     texel_query query(corners, point, triangle, barycentric);
-    if (is_own && descend(query, point, node))
-        return 1;
-    return node && vesk_walk_reached(*node, query);
+    return vesk_walk_reached(node, query);
 }
 } // namespace
 
@@ -149,6 +112,16 @@ int vesk_mesh::is_point_intersect_uv_lookup(const vesk_vector2 &point,
 {
     if (!uv_lookup_root)
         return 0;
-    return vesk_uv_lookup_walk(uv_lookup_root, !instance_uv_lookup, uv_lookup_vertex_array, point,
-                               triangle, barycentric);
+    const vesk_uv_lookup_node_s *node = uv_lookup_root;
+    if (!instance_uv_lookup)
+    {
+        const vesk_texel_question question = {uv_lookup_vertex_array, uv_lookup_index_array, point};
+        if (const vesk_uv_lookup_triangle_s *found = descent().run(question, node, barycentric))
+        {
+            std::memcpy(static_cast<void *>(&triangle), found, sizeof(triangle));
+            return 1;
+        }
+    }
+    return node ? vesk_uv_lookup_walk(*node, uv_lookup_vertex_array, point, triangle, barycentric)
+                : 0;
 }
