@@ -6,7 +6,7 @@ set -euo pipefail
 build_packages=(g++ cmake make pkg-config liblz4-dev libdeflate-dev)
 example_packages=(libpng-dev)
 test_packages=(libgtest-dev)
-check_packages=(abigail-tools clang-14 clang-format-14 clang-tidy-14 gcovr libclang-rt-14-dev
+check_packages=(abigail-tools clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev
     libbenchmark-dev doxygen gdb libeigen3-dev lintian dpkg-dev)
 platform_packages=(clang-14 g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu
     g++-mingw-w64-x86-64-posix qemu-user wine64 googletest dpkg-dev)
