@@ -402,7 +402,7 @@ public:
     ///
     /// Queries push no messages and allocate nothing but the growth of the caller's lists. A hit
     /// that one of the three lists has no memory for enters none of them and still counts for
-    /// the result. Limits are read once, before anything is written. Walks need about 5 KB of
+    /// the result. Limits are read once, before anything is written. Walks need about 13 KB of
     /// stack, and 4 KB more for every 70 levels that a tree is deeper than that, at the most.
     /// @{
 
@@ -522,6 +522,10 @@ public:
     unsigned int get_uv_lookup_quadtree_size_bytes() const;
 
     /// The first triangle, in the order of the walk, that covers a point of the raster.
+    ///
+    /// An own tree, its corners and its records are taken to be as they were built: rectangles
+    /// follow from the root's, and three corners for each record lie on the plane y = 0. A host
+    /// that wants others lends them, and they are read as they stand.
     ///
     /// @param point column and row; texel centres lie on whole numbers
     /// @param triangle a copy of the lookup record; kept when there is no hit

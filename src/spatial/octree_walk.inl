@@ -391,18 +391,11 @@ template <shape SHAPE> int walk_shape(const vesk_octree_question &question,
     return octree_walk<SHAPE, false>(terms, hits).run(*question.root);
 }
 
-/// The root's box is the one that is read in any case.
-bool meets_root(const query_terms &terms, const vesk_octree_node_s *root)
-{
-    const vesk_octree_node_s *const nodes[8] = {root, root, root, root, root, root, root, root};
-    return boxes_met(terms, nodes) & 1u;
-}
-
 int walk_any(const vesk_octree_question &question)
 {
-    const query_terms terms(question);
-    if (!meets_root(terms, question.root))
+    if (!question.root->box.intersect_ray(question.origin, question.direction))
         return 0;
+    const query_terms terms(question);
     if (question.is_line)
         return walk_shape<shape::line>(question, terms, nullptr);
     if (question.minimum_distance)
@@ -412,9 +405,9 @@ int walk_any(const vesk_octree_question &question)
 
 int walk_every(const vesk_octree_question &question, vesk_octree_hits &hits)
 {
-    const query_terms terms(question);
-    if (!meets_root(terms, question.root))
+    if (!question.root->box.intersect_ray(question.origin, question.direction))
         return 0;
+    const query_terms terms(question);
     if (question.is_line)
         return walk_shape<shape::line>(question, terms, &hits);
     return walk_shape<shape::ray>(question, terms, &hits);
