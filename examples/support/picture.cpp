@@ -27,7 +27,7 @@ unsigned char to_byte(float part)
 {
     if (!(part > 0.0f))
         return 0;
-    return part >= 1.0f ? 255 : static_cast<unsigned char>(part * 255.0f + 0.5f);
+    return static_cast<unsigned char>(part >= 1.0f ? 255.0f : part * 255.0f + 0.5f);
 }
 } // namespace
 
