@@ -18,9 +18,6 @@ if(VESK_SANITIZE)
     target_compile_options(vesk_sanitizers INTERFACE
         -fsanitize=${VESK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     target_link_options(vesk_sanitizers INTERFACE -fsanitize=${VESK_SANITIZE})
-    # gcc sees uninitialised values in what its own instrumentation makes of loops.
-    target_compile_options(vesk_warnings INTERFACE
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
 # What keeps a fault in reading files from becoming an exploit. ELF only; Debian's compilers have

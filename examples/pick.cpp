@@ -82,12 +82,12 @@ int main(int argc, char **argv)
         asked = {from.eye, pixel_direction(from, size.width, size.height, column, row)};
     }
 
-    float ahead = 0.0f; // nothing behind the origin
+    // A ray may also report what lies behind its origin, at its distance: docs/queries.md.
     float distance;
     vesk_octree_triangle_s triangle;
     vesk_vector2 weights;
     if (mesh->is_ray_intersect_closest(asked.origin, asked.direction, distance, triangle, weights,
-                                       &ahead))
+                                       nullptr))
         print_hit(*mesh, asked, distance, triangle, weights);
     else
         std::printf("no hit\n");

@@ -48,11 +48,10 @@ std::vector<vesk_debug_ray_s> cast_rays(const vesk_mesh &mesh)
             vesk_debug_ray_s ray;
             ray.origin = from.eye;
             ray.direction = pixel_direction(from, columns, rows, column, row);
-            float ahead = 0.0f;
             vesk_octree_triangle_s triangle;
             vesk_vector2 weights;
             ray.hit = mesh.is_ray_intersect_closest(ray.origin, ray.direction, ray.distance,
-                                                    triangle, weights, &ahead);
+                                                    triangle, weights, nullptr);
             if (!ray.hit)
                 ray.distance = vesk_vec_distance(mesh.bounding_box_max, mesh.bounding_box_min);
             rays.push_back(ray);

@@ -30,11 +30,10 @@ void shade(const vesk_mesh &mesh, const camera &from, picture &target, unsigned 
            unsigned int row)
 {
     const vesk_vector3 direction = pixel_direction(from, target.width, target.height, column, row);
-    float ahead = 0.0f;
     float distance;
     vesk_octree_triangle_s triangle;
     vesk_vector2 weights;
-    if (!mesh.is_ray_intersect_closest(from.eye, direction, distance, triangle, weights, &ahead))
+    if (!mesh.is_ray_intersect_closest(from.eye, direction, distance, triangle, weights, nullptr))
     {
         const float height = 0.5f + 0.5f * direction.y;
         target.set(column, row, 0.93f - 0.2f * height, 0.95f - 0.14f * height, 0.98f);
@@ -48,6 +47,7 @@ void shade(const vesk_mesh &mesh, const camera &from, picture &target, unsigned 
     // A line, not a ray: a ray would count what lies behind its origin too.
     const float radius = box_radius(mesh);
     const vesk_vector3 start = point.position + (radius * 1e-4f) * point.normal;
+    float ahead = 0.0f;
     const bool lit = !mesh.is_line_intersect(start, light_direction, radius * 4.0f, &ahead);
 
     const float facing = std::max(0.0f, vesk_vec_dot_product(point.normal, light_direction));
