@@ -12,7 +12,7 @@ platform_packages=(clang-14 g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-l
     g++-mingw-w64-x86-64-posix qemu-user wine64 googletest dpkg-dev)
 
 # For VESK_BENCH_PEERS, benchmarks against other libraries; nothing else needs them.
-peer_packages=(libbenchmark-dev libassimp-dev)
+peer_packages=(libbenchmark-dev libassimp-dev libcgal-dev libembree-dev)
 
 case "${1:-all}" in
     build) wanted=("${build_packages[@]}") ;;
