@@ -10,67 +10,16 @@
 class digest
 {
 public:
-    void add(std::uint32_t word)
+    /// Numbers, vectors, quaternions and matrices, one after the other.
+    template <typename... Values> void add(const Values &...values)
     {
-        for (unsigned int shift = 0; shift < 32; shift += 8)
-            m_hash = (m_hash ^ (word >> shift & 0xFFu)) * 1099511628211ull;
-    }
-
-    void add(int number)
-    {
-        add(static_cast<std::uint32_t>(number));
-    }
-
-    void add(float number)
-    {
-        std::uint32_t bits = 0x7FC00000u;
-        if (number == number)
-            std::memcpy(&bits, &number, sizeof(bits));
-        add(bits);
-    }
-
-    void add(const vesk_vector2 &v)
-    {
-        add(v.x);
-        add(v.y);
-    }
-
-    void add(const vesk_vector3 &v)
-    {
-        for (unsigned int i = 0; i < 3; ++i)
-            add(v[i]);
-    }
-
-    void add(const vesk_vector4 &v)
-    {
-        for (unsigned int i = 0; i < 4; ++i)
-            add(v[i]);
-    }
-
-    void add(const vesk_quaternion &q)
-    {
-        add(q.x);
-        add(q.y);
-        add(q.z);
-        add(q.w);
-    }
-
-    void add(const vesk_matrix33 &a)
-    {
-        for (unsigned int row = 0; row < 3; ++row)
-            add(a[row]);
-    }
-
-    void add(const vesk_matrix44 &a)
-    {
-        for (unsigned int row = 0; row < 4; ++row)
-            add(a[row]);
+        (add_one(values), ...);
     }
 
     void add_words(const unsigned int *words, std::size_t count)
     {
         for (std::size_t i = 0; i < count; ++i)
-            add(words[i]);
+            add_one(words[i]);
     }
 
     std::uint64_t value() const
@@ -79,5 +28,33 @@ public:
     }
 
 private:
+    void add_one(std::uint32_t word)
+    {
+        for (unsigned int shift = 0; shift < 32; shift += 8)
+            m_hash = (m_hash ^ (word >> shift & 0xFFu)) * 1099511628211ull;
+    }
+
+    void add_one(int number)
+    {
+        add_one(static_cast<std::uint32_t>(number));
+    }
+
+    void add_one(float number)
+    {
+        std::uint32_t bits = 0x7FC00000u;
+        if (number == number)
+            std::memcpy(&bits, &number, sizeof(bits));
+        add_one(bits);
+    }
+
+    /// What is made of floats, in storage order.
+    template <typename T> void add_one(const T &object)
+    {
+        float numbers[sizeof(T) / sizeof(float)];
+        std::memcpy(numbers, &object, sizeof(T));
+        for (const float number : numbers)
+            add_one(number);
+    }
+
     std::uint64_t m_hash = 1469598103934665603ull;
 };

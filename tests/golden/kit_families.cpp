@@ -6,6 +6,7 @@
 namespace
 {
 /// Ordinary numbers, and those at which arithmetic turns.
+constexpr float infinity = std::numeric_limits<float>::infinity();
 const float grid_numbers[] = {0.0f,
                               -0.0f,
                               1.0f,
@@ -26,8 +27,8 @@ const float grid_numbers[] = {0.0f,
                               123456.789f,
                               4.2949673e9f,
                               std::numeric_limits<float>::max(),
-                              std::numeric_limits<float>::infinity(),
-                              -std::numeric_limits<float>::infinity(),
+                              infinity,
+                              -infinity,
                               std::numeric_limits<float>::quiet_NaN()};
 
 constexpr unsigned int random_count = 4000;
@@ -51,27 +52,15 @@ template <typename V> V random_vector(test_random &random, unsigned int size)
 /// What all three vector classes have.
 template <typename V> void fold_common(digest &out, V a, V b, float s)
 {
-    out.add(a + b);
-    out.add(a - b);
-    out.add(a * s);
-    out.add(s * a);
-    out.add(a / s);
-    out.add(-a);
+    out.add(a + b, a - b, a * s, s * a, a / s, -a);
     V c = a;
     c += b;
     c -= a;
     c *= s;
     c /= s;
-    out.add(c);
-    out.add(a == b);
-    out.add(a != c);
-    out.add(a.is_zero());
-    out.add(a.get_length());
-    out.add(a.get_length_squared());
-    out.add(vesk_vec_normalize(a));
-    out.add(vesk_vec_reflect(a, b));
-    out.add(vesk_vec_dot_product(a, b));
-    out.add(vesk_vec_nearly_equal(a, b, s));
+    out.add(c, a == b, a != c, a.is_zero(), a.get_length(), a.get_length_squared(),
+            vesk_vec_normalize(a), vesk_vec_reflect(a, b), vesk_vec_dot_product(a, b),
+            vesk_vec_nearly_equal(a, b, s));
 }
 } // namespace
 
@@ -81,30 +70,21 @@ void fold_scalars(digest &out)
     {
         if (is_promised_angle(a))
         {
-            out.add(vesk_sine(a));
-            out.add(vesk_cosine(a));
+            out.add(vesk_sine(a), vesk_cosine(a));
         }
-        out.add(vesk_degree_to_radian(a));
-        out.add(vesk_degree_to_half_radian(a));
-        out.add(vesk_radian_to_degree(a));
-        out.add(vesk_square_root(a));
-        out.add(vesk_arccosine(a));
-        out.add(vesk_arctangent(a));
-        out.add(vesk_fabs(a));
-        out.add(vesk_round(a));
+        out.add(vesk_degree_to_radian(a), vesk_degree_to_half_radian(a), vesk_radian_to_degree(a),
+                vesk_square_root(a), vesk_arccosine(a), vesk_arctangent(a), vesk_fabs(a),
+                vesk_round(a));
         for (const float b : grid_numbers)
         {
-            out.add(vesk_arctangent2(a, b));
-            out.add(vesk_exponent(a, b));
-            out.add(vesk_mod(a, b));
-            out.add(vesk_minimum_distance_between_angles(a, b));
+            out.add(vesk_arctangent2(a, b), vesk_exponent(a, b), vesk_mod(a, b),
+                    vesk_minimum_distance_between_angles(a, b));
             if (is_promised_angle(a) && is_promised_angle(b))
                 out.add(vesk_maximize_angles(a, b));
             for (const float c : grid_numbers)
             {
-                out.add(vesk_is_angle_in_range(a, b, c));
-                out.add(vesk_clamp(a, b, c));
-                out.add(vesk_percentage(a, b, c));
+                out.add(vesk_is_angle_in_range(a, b, c), vesk_clamp(a, b, c),
+                        vesk_percentage(a, b, c));
             }
         }
     }
@@ -113,14 +93,9 @@ void fold_scalars(digest &out)
     {
         const float angle = random.between(-20.0f, 20.0f);
         const float part = random.between(-1.0f, 1.0f);
-        out.add(vesk_sine(angle));
-        out.add(vesk_cosine(angle));
-        out.add(vesk_arccosine(part));
-        out.add(vesk_arctangent(angle));
-        out.add(vesk_arctangent2(part, angle));
-        out.add(vesk_exponent(vesk_fabs(angle), part));
-        out.add(vesk_mod(angle, vesk_fabs(part)));
-        out.add(vesk_round(vesk_fabs(angle)));
+        out.add(vesk_sine(angle), vesk_cosine(angle), vesk_arccosine(part), vesk_arctangent(angle),
+                vesk_arctangent2(part, angle), vesk_exponent(vesk_fabs(angle), part),
+                vesk_mod(angle, vesk_fabs(part)), vesk_round(vesk_fabs(angle)));
         const unsigned int value = random.next();
         out.add(vesk_mod(value, random.below(3)));
         out.add(vesk_abs(static_cast<int>(random.below(1000)) - 500));
@@ -136,10 +111,8 @@ void fold_vectors(digest &out)
         vesk_vector2 a2 = random_vector<vesk_vector2>(random, 2);
         const vesk_vector2 b2 = random_vector<vesk_vector2>(random, 2);
         fold_common(out, a2, b2, s);
-        out.add(vesk_vec_distance(a2, b2));
-        out.add(vesk_vec_distance_squared(a2, b2));
-        out.add(vesk_vec_lerp(a2, b2, s));
-        out.add(a2.get_angle());
+        out.add(vesk_vec_distance(a2, b2), vesk_vec_distance_squared(a2, b2),
+                vesk_vec_lerp(a2, b2, s), a2.get_angle());
         a2.rotate_angle(s);
         out.add(a2);
         a2.set_angle(s * 8.0f);
@@ -149,13 +122,11 @@ void fold_vectors(digest &out)
         const vesk_vector3 b3 = random_vector<vesk_vector3>(random, 3);
         const vesk_vector3 c3 = random_vector<vesk_vector3>(random, 3);
         fold_common(out, a3, b3, s);
-        out.add(vesk_vec_distance(a3, b3));
-        out.add(vesk_vec_distance_squared(a3, b3));
-        out.add(vesk_vec_lerp(a3, b3, s));
-        out.add(vesk_vec_cross_product(a3, b3));
-        out.add(vesk_vec_triple_product(a3, b3, c3));
-        out.add(vesk_vec_slerp(vesk_vec_normalize(a3), vesk_vec_normalize(b3), s));
-        out.add(vesk_triangle_normal(a3, b3, c3));
+        out.add(vesk_vec_distance(a3, b3), vesk_vec_distance_squared(a3, b3),
+                vesk_vec_lerp(a3, b3, s), vesk_vec_cross_product(a3, b3),
+                vesk_vec_triple_product(a3, b3, c3),
+                vesk_vec_slerp(vesk_vec_normalize(a3), vesk_vec_normalize(b3), s),
+                vesk_triangle_normal(a3, b3, c3));
         vesk_vector3 turned = c3;
         vesk_rotate_point_around_axis(a3, b3, s, turned);
         out.add(turned);
@@ -179,26 +150,15 @@ void fold_matrices(digest &out)
         vesk_matrix33 b = vesk_matrix33_rotate(i % 4, angle);
         out.add(b);
         vesk_matrix33_rotate_on_arbitrary_axis(axis, angle, b);
-        out.add(b);
-        out.add(a * b);
-        out.add(a + b);
-        out.add(a - b);
-        out.add(a * angle);
-        out.add(a * v);
-        out.add(v * a);
-        out.add(a == b);
-        out.add(vesk_matrix33_inverse(a));
-        out.add(vesk_matrix33_transpose(a));
+        out.add(b, a * b, a + b, a - b, a * angle, a * v, v * a, a == b, vesk_matrix33_inverse(a),
+                vesk_matrix33_transpose(a));
         vesk_matrix33_rotate_on_arbitrary_XZ_axis(axis, angle, b);
-        out.add(b);
-        out.add(vesk_matrix33_rotation_from_vector(axis, v, static_cast<int>(i & 1)));
-        out.add(vesk_matrix33_scale(v));
+        out.add(b, vesk_matrix33_rotation_from_vector(axis, v, static_cast<int>(i & 1)),
+                vesk_matrix33_scale(v));
 
         vesk_matrix44 c = vesk_matrix44_rotate(i % 4, angle);
         c *= vesk_matrix44_translate(v) * vesk_matrix44_scale(axis);
-        out.add(c);
-        out.add(c * v);
-        out.add(v * c);
+        out.add(c, c * v, v * c);
         out.add(c * random_vector<vesk_vector4>(random, 4));
         c = a;
         c /= angle;
@@ -218,11 +178,7 @@ void fold_quaternions(digest &out)
         const vesk_vector3 angles = random.point(-180.0f, 180.0f);
         b.from_euler(angles.x, angles.y, angles.z);
         const float t = random.between(-0.5f, 1.5f);
-        out.add(a);
-        out.add(b);
-        out.add(a * b);
-        out.add(a * t + b);
-        out.add(a.dot(b));
+        out.add(a, b, a * b, a * t + b, a.dot(b));
         vesk_quaternion blend;
         vesk_quat_slerp(a, b, t, blend);
         out.add(blend);
@@ -248,18 +204,14 @@ void fold_planes(digest &out)
         const vesk_vector3 c = random_vector<vesk_vector3>(random, 3);
         vesk_plane3 plane;
         plane.create_from_triangle(a, b, c);
-        out.add(plane.normal);
-        out.add(plane.point);
-        out.add(plane.d);
+        out.add(plane.normal, plane.point, plane.d);
         vesk_vector3 crossing;
         out.add(vesk_plane3_intersect_segment(plane, b * 2.0f, a * -2.0f, crossing));
-        out.add(crossing);
-        out.add(vesk_plane3_distance_from_point(plane, c));
+        out.add(crossing, vesk_plane3_distance_from_point(plane, c));
         plane.set_coefficients(a.x, a.y, a.z, b.x);
-        out.add(plane.normal);
-        out.add(plane.d);
-        out.add(vesk_triangle_radius(vesk_vector2(a.x, a.y), vesk_vector2(b.x, b.y),
-                                     vesk_vector2(c.x, c.y)));
-        out.add(vesk_ray_intersect_sphere(a, vesk_vec_normalize(b - a), c, 1.5f));
+        out.add(plane.normal, plane.d,
+                vesk_triangle_radius(vesk_vector2(a.x, a.y), vesk_vector2(b.x, b.y),
+                                     vesk_vector2(c.x, c.y)),
+                vesk_ray_intersect_sphere(a, vesk_vec_normalize(b - a), c, 1.5f));
     }
 }

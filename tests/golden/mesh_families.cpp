@@ -1,4 +1,5 @@
 #include "golden/families.h"
+#include "support/byte_file.h"
 #include "support/mesh_builder.h"
 
 #include <algorithm>
@@ -27,19 +28,16 @@ void fold_vertices(digest &out, const vesk_mesh &mesh)
 {
     for (unsigned int v = 0; v < mesh.vertex_count; ++v)
     {
-        out.add(mesh.vertex_array[v].position);
-        out.add(mesh.vertex_array[v].normal);
+        out.add(mesh.vertex_array[v].position, mesh.vertex_array[v].normal);
     }
-    out.add(mesh.bounding_box_min);
-    out.add(mesh.bounding_box_max);
+    out.add(mesh.bounding_box_min, mesh.bounding_box_max);
 }
 
 void fold_tangent_records(digest &out, const vesk_mesh &mesh)
 {
     for (unsigned int i = 0; i < mesh.tangent_count; ++i)
     {
-        out.add(mesh.tangent_array[i].tangent);
-        out.add(mesh.tangent_array[i].handedness);
+        out.add(mesh.tangent_array[i].tangent, mesh.tangent_array[i].handedness);
     }
 }
 
@@ -54,8 +52,7 @@ template <typename Node> void fold_nodes(digest &out, const Node *node, const un
     out.add(node ? 1 : 0);
     if (!node)
         return;
-    out.add(node->triangles.size);
-    out.add(node->triangles.count);
+    out.add(node->triangles.size, node->triangles.count);
     for (unsigned int i = 0; i < node->triangles.count; ++i)
     {
         const void *record = node->triangles[i];
@@ -67,8 +64,7 @@ template <typename Node> void fold_nodes(digest &out, const Node *node, const un
 
 void fold_boxes(digest &out, const vesk_octree_node_s *node)
 {
-    out.add(node->box.min);
-    out.add(node->box.max);
+    out.add(node->box.min, node->box.max);
     for (const vesk_octree_node_s *child : node->children)
         if (child)
             fold_boxes(out, child);
@@ -85,9 +81,8 @@ struct hit_lists
         out.add(distances.count);
         for (unsigned int i = 0; i < distances.count; ++i)
         {
-            out.add(distances[i]);
-            out.add(barycentrics[i]);
-            out.add(static_cast<unsigned int>(triangles[i]->vertex_indices - records));
+            out.add(distances[i], barycentrics[i],
+                    static_cast<unsigned int>(triangles[i]->vertex_indices - records));
         }
     }
 };
@@ -115,8 +110,7 @@ void fold_ray(digest &out, const vesk_mesh &mesh, const vesk_vector3 &origin,
     out.add(barycentric);
     out.add(mesh.is_line_intersect_closest(origin, direction, length, distance, triangle,
                                            barycentric, minimum));
-    out.add(distance);
-    out.add(barycentric);
+    out.add(distance, barycentric);
 }
 
 /// The bytes of a file, folded.
@@ -175,9 +169,7 @@ void fold_render_index(digest &out)
             for (unsigned int r = 0; r < (*table)[s].runs.count; ++r)
             {
                 const vesk_triangle_color_data_s &run = (*table)[s].runs[r];
-                out.add(run.color);
-                out.add(run.first_index);
-                out.add(run.triangle_count);
+                out.add(run.color, run.first_index, run.triangle_count);
             }
     }
 }
@@ -197,8 +189,7 @@ void fold_transforms(digest &out)
         mesh.position_and_scale(vesk_vector3(-0.1f, 0.2f, 0.3f), 0.7f);
         mesh.position_and_scale(vesk_vector3(0.1f, 0.5f, -0.3f), vesk_vector3(1.2f, 0.8f, 1.1f));
         mesh.center_and_enforce_size(2.0f, &offset, &factor);
-        out.add(offset);
-        out.add(factor);
+        out.add(offset, factor);
         fold_vertices(out, mesh);
         mesh.rotate(vesk_vector3(0.3f, -0.7f, 2.1f));
         fold_vertices(out, mesh);
@@ -208,7 +199,8 @@ void fold_transforms(digest &out)
 
 void fold_mesh_file(digest &out)
 {
-    const std::filesystem::path path = "golden_mesh.tmp";
+    const temp_file file; // several golden runs may go on at a time
+    const std::filesystem::path &path = file.path;
     for (mesh_source &source : golden_meshes())
     {
         owned_mesh mesh(source);
@@ -226,7 +218,6 @@ void fold_mesh_file(digest &out)
         fold_vertices(out, loaded);
         fold_tangent_records(out, loaded);
     }
-    std::filesystem::remove(path);
 }
 
 void fold_fbx_import(digest &out)
@@ -330,8 +321,7 @@ void fold_uv_lookup_queries(digest &out)
             vesk_uv_lookup_triangle_s triangle = {};
             vesk_vector2 weights;
             const int found = mesh.is_point_intersect_uv_lookup(point, triangle, weights);
-            out.add(found);
-            out.add(triangle.record_offset);
+            out.add(found, triangle.record_offset);
             if (found)
                 out.add(weights);
         }
