@@ -3,13 +3,9 @@
 #include "support/fbx_scene.h"
 #include "support/mesh_compare.h"
 #include "support/mesh_file.h"
-#include "vesk/chunk_stream.h"
 
-#include <cstdio>
-#include <cstring>
 #include <cwchar>
 #include <functional>
-#include <memory>
 #include <set>
 #include <string>
 
@@ -36,12 +32,12 @@ struct operation
     aftermath after;
     /// One for each allocation, null where none is told; for builds whose allocations depend on the
     /// mesh, the ones that can be told.
-    messages told;
-    std::function<int(vesk_mesh &)> run;
+    messages told = {};
+    std::function<int(vesk_mesh &)> run = {};
     /// Brings a filled mesh to where the operation begins.
     std::function<void(vesk_mesh &)> prepare = [](vesk_mesh &) {};
-    /// Looks at a mesh whose operation failed at allocation `nth`, or right away.
-    std::function<void(vesk_mesh &, int nth)> inspect = [](vesk_mesh &, int) {};
+    /// Looks at a mesh whose operation failed.
+    std::function<void(vesk_mesh &)> inspect = [](vesk_mesh &) {};
     bool may_throw = false;    ///< working arrays of the FBX reader
     bool is_counted = true;    ///< `told` has an entry for each allocation
     bool can_repeat = true;    ///< a second run gives what the first gave
@@ -71,34 +67,32 @@ std::string content_of(const vesk_mesh &mesh)
     add(mesh.render_index_array, mesh.get_render_index_count() * 4u);
     add(mesh.subset_lookup_table.data, mesh.subset_lookup_table.count * 4u);
     for (unsigned int c = 0; c < mesh.uv_channel_arrays.count; ++c)
+    {
         add(mesh.uv_channel_arrays[c], mesh.uv_channel_counts[c] * 8u);
-    for (unsigned int c = 0; c < mesh.uv_index_arrays.count; ++c)
         add(mesh.uv_index_arrays[c], mesh.index_count / 7 * 12u);
+    }
     for (unsigned int s = 0; s < mesh.render_color_lookup_table.count; ++s)
         add(mesh.render_color_lookup_table[s].runs.data,
             mesh.render_color_lookup_table[s].runs.count * 12u);
-    const unsigned int sizes[] = {mesh.get_octree_size_bytes(),
-                                  mesh.get_uv_lookup_quadtree_size_bytes()};
-    add(sizes, sizeof(sizes));
-    return content;
+    return content + std::to_string(mesh.get_octree_size_bytes()) + ',' +
+           std::to_string(mesh.get_uv_lookup_quadtree_size_bytes());
 }
 
 template <typename Node> void collect(const Node *node, std::set<const void *> &records)
 {
-    if (!node)
-        return;
-    for (unsigned int i = 0; i < node->triangles.count; ++i)
+    for (unsigned int i = 0; node && i < node->triangles.count; ++i)
         records.insert(node->triangles[i]);
-    for (const Node *child : node->children)
-        collect(child, records);
+    for (unsigned int i = 0; node && i < sizeof(node->children) / sizeof(node); ++i)
+        collect(node->children[i], records);
 }
 
-/// How many triangles of the mesh a tree holds, each counted once.
-template <typename Node> std::size_t held_triangles(const Node *root)
+/// Whether there is no tree, or one that holds so many triangles of the mesh, each counted once: a
+/// failure costs depth somewhere, or the tree, and never a triangle.
+template <typename Node> bool is_whole(const Node *root, std::size_t triangle_count)
 {
     std::set<const void *> records;
     collect(root, records);
-    return records.size();
+    return !root || records.size() == triangle_count;
 }
 
 /// Runs the operation; -1 when it threw.
@@ -163,7 +157,7 @@ void expect_aftermath(const operation &op, vesk_mesh &mesh, const vesk_mesh &bef
 /// One run with a failure at `nth`. False when the operation has no such allocation.
 bool fails_at(const operation &op, int nth, bool is_exhausted, const std::string &reference)
 {
-    static mesh_source source = small_source();
+    static const mesh_source source = small_source();
     const long long allocations = live_allocations(), bytes = live_bytes();
     bool failed;
     {
@@ -186,7 +180,7 @@ bool fails_at(const operation &op, int nth, bool is_exhausted, const std::string
             }
             else if (result == 0)
                 expect_aftermath(op, mesh, before);
-            op.inspect(mesh, nth);
+            op.inspect(mesh);
             note_message(op, mesh);
         }
         else
@@ -202,8 +196,7 @@ bool fails_at(const operation &op, int nth, bool is_exhausted, const std::string
     return failed;
 }
 
-/// The number of allocations that were made to fail.
-int fail_each(const operation &op)
+void fail_each(const operation &op)
 {
     SCOPED_TRACE(op.name);
     std::string reference;
@@ -214,60 +207,29 @@ int fail_each(const operation &op)
         reference = content_of(mesh);
     }
     told_bits = 0;
-    int points = 0;
     for (const bool is_exhausted : {false, true})
-        for (int nth = 0;; ++nth)
+    {
+        std::size_t nth = 0;
+        for (bool failed = true; failed && (!op.is_counted || nth <= op.told.size()); ++nth)
         {
             SCOPED_TRACE(std::string(is_exhausted ? "from " : "at ") + std::to_string(nth));
-            if (op.is_counted && static_cast<std::size_t>(nth) > op.told.size())
-            {
-                ADD_FAILURE() << "more allocations than messages";
-                break;
-            }
-            if (!fails_at(op, nth, is_exhausted, reference))
-            {
-                EXPECT_TRUE(!op.is_counted || static_cast<std::size_t>(nth) == op.told.size());
-                break;
-            }
-            ++points;
+            failed = fails_at(op, static_cast<int>(nth), is_exhausted, reference);
         }
+        EXPECT_TRUE(!op.is_counted || nth == op.told.size() + 1) << "allocations: " << nth - 1;
+    }
     for (std::size_t i = 0; i < op.told.size(); ++i)
         EXPECT_TRUE(!op.told[i] || (told_bits >> i & 1)) << "never told: " << i;
-    return points;
 }
 
-class operation_table
+/// An operation that gives no result.
+template <typename Run> std::function<int(vesk_mesh &)> done(Run run)
 {
-public:
-    /// The caller adds what the row has beyond this.
-    operation &add(const char *name, aftermath after, const messages &told,
-                   const std::function<int(vesk_mesh &)> &run)
+    return [run](vesk_mesh &mesh)
     {
-        rows.emplace_back();
-        operation &row = rows.back();
-        row.name = name;
-        row.after = after;
-        row.told = told;
-        row.run = run;
-        return row;
-    }
-
-    void run() const
-    {
-        int points = 0;
-        for (const operation &op : rows)
-        {
-            const int of_this = fail_each(op);
-            std::printf("%-44s %5d\n", op.name, of_this);
-            points += of_this;
-        }
-        std::printf("%-44s %5d\n", "allocations made to fail", points);
-        testing::Test::RecordProperty("allocation_points", points);
-    }
-
-private:
-    std::vector<operation> rows;
-};
+        run(mesh);
+        return 1;
+    };
+}
 
 // Messages that more than one row has.
 constexpr const wchar_t *create_vertices =
@@ -279,8 +241,14 @@ constexpr const wchar_t *create_subsets =
 constexpr const wchar_t *create_uvs = L"Memory Allocation Error: Failed to allocate uv array.";
 constexpr const wchar_t *create_uv_indices =
     L"Memory Allocation Error: Failed to allocate  uv index array.";
-constexpr const wchar_t *no_tangents =
-    L"Memory Allocation Error: Failed to allocate tangent array.";
+
+int sort_colors(vesk_mesh &mesh)
+{
+    static vesk_list<unsigned long> colors; // filled by the first call, which nothing fails
+    while (colors.count < 40)
+        colors.push_back(colors.count % 7);
+    return mesh.sort_render_index_by_subset_color(colors);
+}
 } // namespace
 
 TEST(AllocationFaults, Filling)
@@ -294,134 +262,100 @@ TEST(AllocationFaults, Filling)
     ASSERT_EQ(other.generate_tangents(), 1);
 
     // Three lists, then two arrays for each channel.
-    const messages of_channels = {create_uvs,        create_uvs, create_uvs,       create_uvs,
-                                  create_uv_indices, create_uvs, create_uv_indices};
-    const auto with_channels = [&of_channels](messages first)
+    const auto with_channels = [](messages first)
     {
-        first.insert(first.end(), of_channels.begin(), of_channels.end());
+        first.insert(first.end(), {create_uvs, create_uvs, create_uvs, create_uvs,
+                                   create_uv_indices, create_uvs, create_uv_indices});
         return first;
     };
-    operation_table table;
-    table.add("create(counts)", aftermath::empty, with_channels({create_vertices, create_indices}),
-              [&](vesk_mesh &mesh)
-              {
-                  const int result = mesh.create(from.vertex_count(), from.index_count(), uv_data);
-                  for (unsigned int w = 0; w < mesh.index_count; ++w) // the host's to write
-                      if (w % 7 < 3 || w % 7 == 6)
-                          mesh.index_array[w] = from.indices[w];
-                  return result;
-              });
-    table.add("create(arrays)", aftermath::empty,
-              with_channels({create_vertices, create_indices, create_subsets}),
-              [&](vesk_mesh &mesh)
-              {
-                  return mesh.create(from.vertices.data(), from.indices.data(), from.vertex_count(),
-                                     from.index_count(), uv_data, subsets);
-              });
-    table.add("create(mesh)", aftermath::empty,
-              with_channels({create_vertices, create_indices, create_subsets,
-                             L"Memory Allocation Error: Failed to allocate mesh tangent array."}),
-              [&](vesk_mesh &mesh) { return mesh.create(other); });
+    const auto create_of_counts = [&](vesk_mesh &mesh)
+    {
+        const int result = mesh.create(from.vertex_count(), from.index_count(), uv_data);
+        for (unsigned int w = 0; w < mesh.index_count; ++w) // the host's to write
+            if (w % 7 < 3 || w % 7 == 6)
+                mesh.index_array[w] = from.indices[w];
+        return result;
+    };
+    const auto create_of_arrays = [&](vesk_mesh &mesh)
+    {
+        return mesh.create(from.vertices.data(), from.indices.data(), from.vertex_count(),
+                           from.index_count(), uv_data, subsets);
+    };
+    const wchar_t *const no_copy =
+        L"Memory Allocation Error: Failed to allocate mesh tangent array.";
+    fail_each({"create(counts)", aftermath::empty, with_channels({create_vertices, create_indices}),
+               create_of_counts});
+    fail_each({"create(arrays)", aftermath::empty,
+               with_channels({create_vertices, create_indices, create_subsets}), create_of_arrays});
+    fail_each({"create(mesh)", aftermath::empty,
+               with_channels({create_vertices, create_indices, create_subsets, no_copy}),
+               [&](vesk_mesh &mesh) { return mesh.create(other); }});
 
-    operation &lent = table.add("set_instance_geometry", aftermath::complete, {nullptr},
-                                [&](vesk_mesh &mesh)
-                                {
-                                    mesh.set_instance_geometry(
-                                        lender.vertex_array, lender.uv_array, lender.index_array,
-                                        lender.vertex_count, lender.uv_count, lender.index_count,
-                                        lender.subset_lookup_table);
-                                    return 1;
-                                });
-    lent.inspect = [&](vesk_mesh &mesh, int)
+    operation lent = {"set_instance_geometry", aftermath::complete, {nullptr}};
+    lent.run = done([&](vesk_mesh &mesh) { lend_geometry(lender, mesh); });
+    lent.inspect = [&](vesk_mesh &mesh)
     {
         EXPECT_EQ(mesh.get_subset_count(), 0u);
         EXPECT_EQ(mesh.vertex_array, lender.vertex_array);
         EXPECT_EQ(mesh.instance_geometry, 1);
     };
-    table.run();
+    fail_each(lent);
 }
 
-TEST(AllocationFaults, Files)
+TEST(AllocationFaults, MeshFiles)
 {
     const wchar_t *const vertices = L"Memory Allocation Error: Failed allocate vertex array.";
     const wchar_t *const uvs = L"Memory Allocation Error: Failed allocate uv array.";
     const wchar_t *const uv_indices = L"Memory Allocation Error: Failed allocate uv index array.";
     const wchar_t *const indices = L"Memory Allocation Error: Failed allocate index array.";
     const wchar_t *const tangents = L"Memory Allocation Error: Failed allocate tangent array.";
+    const std::wstring load = L"Compression Error: Failed to decompress ", from = L" from file.";
+    const std::wstring save = L"Compression Error: Failed to compress ", to = L" to file.";
+    const auto streams =
+        [](const std::wstring &what, const std::wstring &direction, const wchar_t *of_uv_indices)
+    {
+        std::vector<std::wstring> all;
+        for (const wchar_t *section : {L"vertices", L"uv arrays", L"uv arrays", of_uv_indices,
+                                       of_uv_indices, L"indices", L"tangents"})
+            all.push_back(what + section + direction);
+        return all;
+    };
+    const std::vector<std::wstring> packed_in = streams(load, from, L"uv index arrays");
+    const std::vector<std::wstring> packed_out = streams(save, to, L"uv indices");
+
     owned_mesh mesh(small_source());
     test_random random(3);
     add_random_tangents(mesh, random, mesh.index_count / 7 * 3);
-    const temp_file plain, packed, old;
+    const temp_file plain, packed, old, target;
     plain.set_bytes(saved(mesh, 0));
     packed.set_bytes(saved(mesh, 1));
     old.set_bytes(legacy_bytes(mesh));
 
     // The lists of channels count as their arrays; the subset table grows by 1, 2, 4, 8.
-    const messages of_plain = {uvs, vertices,   indices,  uvs,     uv_indices, uvs,     uv_indices,
-                               uvs, uv_indices, tangents, indices, indices,    indices, indices};
-    const messages of_packed = {
-        uvs,
-        vertices,
-        indices,
-        uvs,
-        uv_indices,
-        uvs,
-        uv_indices,
-        uvs,
-        uv_indices,
-        tangents,
-        L"Compression Error: Failed to decompress vertices from file.",
-        L"Compression Error: Failed to decompress uv arrays from file.",
-        L"Compression Error: Failed to decompress uv arrays from file.",
-        L"Compression Error: Failed to decompress uv index arrays from file.",
-        L"Compression Error: Failed to decompress uv index arrays from file.",
-        L"Compression Error: Failed to decompress indices from file.",
-        indices,
-        indices,
-        indices,
-        indices,
-        L"Compression Error: Failed to decompress tangents from file."};
+    const messages arrays = {uvs, vertices,   indices, uvs,        uv_indices,
+                             uvs, uv_indices, uvs,     uv_indices, tangents};
+    messages of_plain = arrays, of_packed = arrays, of_save;
+    for (std::size_t i = 0; i < 6; ++i)
+        of_packed.push_back(packed_in[i].c_str());
+    for (messages *told : {&of_plain, &of_packed})
+        told->insert(told->end(), 4, indices);
+    of_packed.push_back(packed_in[6].c_str());
+    for (const std::wstring &message : packed_out)
+        of_save.push_back(message.c_str());
     const messages of_old = {vertices, uvs,      uv_indices, uvs,     uvs,     uv_indices,
                              indices,  tangents, indices,    indices, indices, indices};
-    operation_table table;
-    table.add("load_binary, plain", aftermath::empty, of_plain,
-              [&](vesk_mesh &to) { return to.load_binary(plain.wide()); });
-    table.add("load_binary, compressed", aftermath::half_loaded, of_packed,
-              [&](vesk_mesh &to) { return to.load_binary(packed.wide()); });
-    table.add("load_binary, first layout", aftermath::empty, of_old,
-              [&](vesk_mesh &to) { return to.load_binary(old.wide()); });
-
-    const wchar_t *const save_uvs = L"Compression Error: Failed to compress uv arrays to file.";
-    const wchar_t *const save_uv_indices =
-        L"Compression Error: Failed to compress uv indices to file.";
-    const temp_file target;
-    table
-        .add("save_binary, compressed", aftermath::as_before,
-             {L"Compression Error: Failed to compress vertices to file.", save_uvs, save_uvs,
-              save_uv_indices, save_uv_indices,
-              L"Compression Error: Failed to compress indices to file.",
-              L"Compression Error: Failed to compress tangents to file."},
-             [&](vesk_mesh &from) { return from.save_binary(target.wide(), 1); })
-        .prepare = [](vesk_mesh &from) { from.generate_tangents(); };
-    table.add("save_binary, plain", aftermath::as_before, {},
-              [&](vesk_mesh &from) { return from.save_binary(target.wide(), 0); });
-
-    table.add("chunk stream", aftermath::as_before, {nullptr, nullptr},
-              [&](vesk_mesh &from)
-              {
-                  std::FILE *const file = std::tmpfile();
-                  unsigned char bytes[24] = {};
-                  int result = vesk_compress_bytes_to_file_lz4(from.vertex_array, 24, file);
-                  EXPECT_EQ(std::ftell(file) > 0, result == 1);
-                  std::rewind(file);
-                  if (result == 1)
-                      result = vesk_decompress_bytes_from_file_lz4(bytes, 24, file);
-                  EXPECT_EQ(std::memcmp(bytes, static_cast<void *>(from.vertex_array), 24) == 0,
-                            result == 1);
-                  std::fclose(file);
-                  return result;
-              });
-    table.run();
+    fail_each({"load_binary, plain", aftermath::empty, of_plain,
+               [&](vesk_mesh &m) { return m.load_binary(plain.wide()); }});
+    fail_each({"load_binary, compressed", aftermath::half_loaded, of_packed,
+               [&](vesk_mesh &m) { return m.load_binary(packed.wide()); }});
+    fail_each({"load_binary, first layout", aftermath::empty, of_old,
+               [&](vesk_mesh &m) { return m.load_binary(old.wide()); }});
+    fail_each({"save_binary, compressed", aftermath::as_before, of_save,
+               [&](vesk_mesh &m) { return m.save_binary(target.wide(), 1); },
+               [](vesk_mesh &m) { m.generate_tangents(); }});
+    fail_each({"save_binary, plain", aftermath::as_before, {}, [&](vesk_mesh &m) {
+                   return m.save_binary(target.wide(), 0);
+               }});
 }
 
 TEST(AllocationFaults, FbxImport)
@@ -440,155 +374,111 @@ TEST(AllocationFaults, FbxImport)
     const int parent = scene.add_mesh(fbx_scene::root, polygon);
     scene.add_mesh(scene.add_group(parent), polygon, {{"Lcl Rotation", {30.0, 0.0, 0.0}}});
 
-    operation_table table;
-    std::vector<std::unique_ptr<temp_file>> files;
-    const auto name_of = [](const fbx_encoding &encoding)
-    {
-        return encoding.text       ? "load_from_file, text"
-               : encoding.deflated ? "load_from_file, deflated"
-                                   : "load_from_file, binary";
-    };
     for (const fbx_encoding &encoding : all_fbx_encodings())
     {
-        files.push_back(std::make_unique<temp_file>());
+        const temp_file file;
         const std::string bytes = scene.write(encoding);
-        files.back()->set_bytes(byte_vector(bytes.begin(), bytes.end()));
-        const wchar_t *const path = files.back()->wide();
-        operation &row =
-            table.add(name_of(encoding), aftermath::empty,
-                      {create_indices, create_vertices,
-                       L"Memory Allocation Error: Failed to allocate mesh uv array.",
-                       L"Memory Allocation Error: Failed to allocate mesh uv index array.",
-                       // Of the reader below the import.
-                       L"Failed to initialize FBX importer.",
-                       L"Failed to import FBX. Import(fbx_scene) failed.",
-                       L"Failed to triangulate fbx_mesh."},
-                      [path](vesk_mesh &mesh) { return mesh.load_from_file(path); });
-        row.may_throw = true;
-        row.is_counted = false;
+        file.set_bytes(byte_vector(bytes.begin(), bytes.end()));
+        operation load = {"load_from_file", aftermath::empty};
+        load.told = {create_indices, create_vertices,
+                     L"Memory Allocation Error: Failed to allocate mesh uv array.",
+                     L"Memory Allocation Error: Failed to allocate mesh uv index array.",
+                     // Of the reader below the import.
+                     L"Failed to initialize FBX importer.",
+                     L"Failed to import FBX. Import(fbx_scene) failed.",
+                     L"Failed to triangulate fbx_mesh."};
+        load.run = [&file](vesk_mesh &mesh) { return mesh.load_from_file(file.wide()); };
+        load.may_throw = true;
+        load.is_counted = false;
+        fail_each(load);
     }
-    table.run();
 }
 
 TEST(AllocationFaults, Deriving)
 {
-    operation_table table;
-    const messages of_tangents = {no_tangents,
+    const messages of_tangents = {L"Memory Allocation Error: Failed to allocate tangent array.",
                                   L"Memory Allocation Error: Failed to allocate bi_normal array."};
-    const auto has_no_tangents = [](vesk_mesh &mesh, int)
-    {
-        EXPECT_EQ(mesh.tangent_array, nullptr);
-        EXPECT_EQ(mesh.tangent_count, 0u);
-    };
-    table
-        .add("generate_tangents", aftermath::as_before, of_tangents,
-             [](vesk_mesh &mesh) { return mesh.generate_tangents(); })
-        .inspect = has_no_tangents;
-    operation &again =
-        table.add("generate_tangents over old ones", aftermath::complete, of_tangents,
-                  [](vesk_mesh &mesh) { return mesh.generate_tangents(); });
-    again.prepare = [](vesk_mesh &mesh) { mesh.generate_tangents(); };
-    again.inspect = has_no_tangents; // the old ones go in any case
-    operation &rotate = table.add("rotate", aftermath::complete, of_tangents,
-                                  [](vesk_mesh &mesh)
-                                  {
-                                      mesh.rotate(vesk_vector3(1.0f, 2.0f, 3.0f));
-                                      return 1;
-                                  });
+    const auto has_no_tangents = [](vesk_mesh &mesh)
+    { EXPECT_TRUE(!mesh.tangent_array && mesh.tangent_count == 0); };
+    const auto derive = [](vesk_mesh &mesh) { return mesh.generate_tangents(); };
+    operation tangents = {"generate_tangents", aftermath::complete, of_tangents, derive};
+    tangents.prepare = derive; // the old ones go in any case
+    tangents.inspect = has_no_tangents;
+    fail_each(tangents);
+
+    owned_mesh turned(small_source()), smooth(small_source());
+    const auto turn = [](vesk_mesh &mesh) { mesh.rotate(vesk_vector3(1.0f, 2.0f, 3.0f)); };
+    turn(turned);
+    turned.free_tangents();
+    operation rotate = {"rotate", aftermath::complete, of_tangents, done(turn)};
     rotate.can_repeat = false;
-    rotate.inspect = [&](vesk_mesh &mesh, int nth)
-    {
-        has_no_tangents(mesh, nth);
-        owned_mesh turned(small_source());
-        turned.rotate(vesk_vector3(1.0f, 2.0f, 3.0f));
-        turned.free_tangents();
-        EXPECT_TRUE(same_mesh(mesh, turned));
-    };
+    rotate.inspect = [&](vesk_mesh &mesh) { EXPECT_TRUE(same_mesh(mesh, turned)); };
+    fail_each(rotate);
 
     // Normals are the same, memory or not.
-    owned_mesh smooth(small_source());
     smooth.generate_normals();
-    operation &normals = table.add("generate_normals", aftermath::complete, {},
-                                   [](vesk_mesh &mesh)
-                                   {
-                                       mesh.generate_normals();
-                                       return 1;
-                                   });
-    normals.is_counted = false;
+    operation normals = {"generate_normals", aftermath::complete};
+    normals.run = done([](vesk_mesh &mesh) { mesh.generate_normals(); });
+    normals.is_counted = normals.can_repeat = false;
     normals.always_works = true;
-    normals.can_repeat = false;
-    normals.inspect = [&](vesk_mesh &mesh, int) { EXPECT_TRUE(same_mesh(mesh, smooth)); };
+    normals.inspect = [&](vesk_mesh &mesh) { EXPECT_TRUE(same_mesh(mesh, smooth)); };
+    fail_each(normals);
 
-    table
-        .add("generate_render_index_array", aftermath::as_before,
-             {L"Memory Allocation Error: Failed to allocate mesh render index array."},
-             [](vesk_mesh &mesh) { return mesh.generate_render_index_array(); })
-        .inspect = [](vesk_mesh &mesh, int) { EXPECT_EQ(mesh.render_index_array, nullptr); };
+    operation render_index = {"generate_render_index_array", aftermath::as_before};
+    render_index.told = {L"Memory Allocation Error: Failed to allocate mesh render index array."};
+    render_index.run = [](vesk_mesh &mesh) { return mesh.generate_render_index_array(); };
+    render_index.inspect = [](vesk_mesh &mesh) { EXPECT_EQ(mesh.render_index_array, nullptr); };
+    fail_each(render_index);
 
-    vesk_list<unsigned long> colors;
-    for (unsigned int i = 0; i < 40; ++i)
-        colors.push_back(i % 7);
-    operation &sort =
-        table.add("sort_render_index_by_subset_color", aftermath::as_before, {nullptr},
-                  [&](vesk_mesh &mesh) { return mesh.sort_render_index_by_subset_color(colors); });
+    operation sort = {"sort_render_index_by_subset_color", aftermath::as_before, {nullptr}};
+    sort.run = sort_colors;
     sort.is_counted = false;
-    sort.prepare = [&](vesk_mesh &mesh)
+    sort.prepare = [](vesk_mesh &mesh)
     {
         mesh.generate_render_index_array();
-        mesh.sort_render_index_by_subset_color(colors);
+        sort_colors(mesh);
     };
-    sort.inspect = [](vesk_mesh &mesh, int)
+    sort.inspect = [](vesk_mesh &mesh)
     {
         owned_mesh fresh(small_source());
         fresh.generate_render_index_array();
         EXPECT_EQ(content_of(mesh), content_of(fresh)); // in record order, and no table
         EXPECT_EQ(mesh.render_color_lookup_table.count, 0u);
     };
-    table.run();
+    fail_each(sort);
 }
 
 TEST(AllocationFaults, Trees)
 {
     vesk_list<unsigned int> first_two;
     assign_list(first_two, {0u, 1u});
-    owned_mesh model(small_source());
-    const std::size_t of_two = model.subset_lookup_table[1] + model.subset_lookup_table[3];
-    operation_table table;
     for (const vesk_list<unsigned int> *subsets : {(vesk_list<unsigned int> *)nullptr, &first_two})
     {
-        const std::size_t expected = subsets ? of_two : 40u;
-        const messages of_octree = {
-            L"Memory Allocation Error: Failed to allocate octree root node."};
-        operation &octree = table.add(subsets ? "generate_octree, subsets" : "generate_octree",
-                                      aftermath::as_before, of_octree,
-                                      [subsets](vesk_mesh &mesh)
-                                      { return mesh.generate_octree(5, subsets, nullptr); });
+        const std::size_t held = subsets ? 26 : 40;
+        operation octree = {"generate_octree", aftermath::as_before};
+        octree.told = {L"Memory Allocation Error: Failed to allocate octree root node."};
+        octree.run = [subsets](vesk_mesh &mesh)
+        { return mesh.generate_octree(5, subsets, nullptr); };
         octree.is_counted = false;
-        octree.inspect = [expected](vesk_mesh &mesh, int)
-        {
-            // A failure costs depth somewhere, or the tree, and never a triangle.
-            EXPECT_TRUE(!mesh.octree || held_triangles(mesh.octree) == expected);
-        };
+        octree.inspect = [held](vesk_mesh &mesh) { EXPECT_TRUE(is_whole(mesh.octree, held)); };
+        fail_each(octree);
 
-        const messages of_quadtree = {
-            L"Memory Allocation Error: Failed to allocate uv lookup vertex array.",
-            L"Memory Allocation Error: Failed to allocate uv lookup index array.",
-            L"Memory Allocation Error: Failed to allocate quadtree root node."};
-        operation &quadtree = table.add(
-            subsets ? "generate_uv_lookup_quadtree, subsets" : "generate_uv_lookup_quadtree",
-            aftermath::as_before, of_quadtree,
-            [subsets](vesk_mesh &mesh)
-            { return mesh.generate_uv_lookup_quadtree(64, 64, 5, 0, 0, subsets, nullptr); });
+        operation quadtree = {"generate_uv_lookup_quadtree", aftermath::as_before};
+        quadtree.told = {L"Memory Allocation Error: Failed to allocate uv lookup vertex array.",
+                         L"Memory Allocation Error: Failed to allocate uv lookup index array.",
+                         L"Memory Allocation Error: Failed to allocate quadtree root node."};
+        quadtree.run = [subsets](vesk_mesh &mesh)
+        { return mesh.generate_uv_lookup_quadtree(64, 64, 5, 0, 0, subsets, nullptr); };
         quadtree.is_counted = false;
-        quadtree.inspect = [expected](vesk_mesh &mesh, int)
+        quadtree.inspect = [held](vesk_mesh &mesh)
         {
-            EXPECT_TRUE(!mesh.uv_lookup_root || held_triangles(mesh.uv_lookup_root) == expected);
+            EXPECT_TRUE(is_whole(mesh.uv_lookup_root, held));
             // Without a root the arrays may stay until the next generation.
             EXPECT_TRUE(mesh.uv_lookup_vertex_count == 0 ||
                         (mesh.uv_lookup_vertex_array && mesh.uv_lookup_index_array));
         };
+        fail_each(quadtree);
     }
-    table.run();
 }
 
 namespace
@@ -608,123 +498,88 @@ struct hit_lists
                    : mesh.is_ray_intersect(origin, up, distances, triangles, barycentrics, nullptr);
     }
 
-    /// Whether each hit here is, with all three of its values, among those.
+    /// Whether each hit here is, with all three of its values and in order, among those.
     bool is_part_of(const hit_lists &all) const
     {
-        if (triangles.count != distances.count || barycentrics.count != distances.count)
-            return false;
-        unsigned int next = 0;
-        for (unsigned int i = 0; i < distances.count; ++i, ++next)
-        {
-            while (next < all.distances.count &&
-                   !(all.triangles[next] == triangles[i] &&
-                     same_bits(all.distances[next], distances[i]) &&
-                     same_bits(all.barycentrics[next], barycentrics[i])))
-                ++next;
-            if (next >= all.distances.count)
-                return false;
-        }
-        return true;
+        unsigned int found = 0;
+        for (unsigned int i = 0; i < all.distances.count && found < distances.count; ++i)
+            found += all.triangles[i] == triangles[found] &&
+                     same_bits(all.distances[i], distances[found]) &&
+                     same_bits(all.barycentrics[i], barycentrics[found]);
+        return found == distances.count && triangles.count == found && barycentrics.count == found;
     }
 };
 } // namespace
 
 TEST(AllocationFaults, Queries)
 {
-    operation_table table;
     for (const bool is_line : {false, true})
     {
-        operation &query =
-            table.add(is_line ? "is_line_intersect, all hits" : "is_ray_intersect, all hits",
-                      aftermath::complete, {},
-                      [is_line](vesk_mesh &mesh)
-                      {
-                          hit_lists hits;
-                          const int result = hits.ask(mesh, is_line);
-                          allocation_failed(); // from here on all of them work
-                          hit_lists all;
-                          all.ask(mesh, is_line);
-                          EXPECT_GT(all.distances.count, 2u);
-                          EXPECT_TRUE(hits.is_part_of(all));
-                          return result;
-                      });
+        operation query = {is_line ? "all hits of a line" : "all hits of a ray",
+                           aftermath::complete};
+        query.run = [is_line](vesk_mesh &mesh)
+        {
+            hit_lists hits, all;
+            const int result = hits.ask(mesh, is_line);
+            allocation_failed(); // from here on all of them work
+            all.ask(mesh, is_line);
+            EXPECT_GT(all.distances.count, 2u);
+            EXPECT_TRUE(hits.is_part_of(all));
+            return result;
+        };
         query.is_counted = false;
         query.always_works = true;
         query.prepare = [](vesk_mesh &mesh) { mesh.generate_octree(2, nullptr, nullptr); };
+        fail_each(query);
     }
-    table.run();
 }
 
 TEST(AllocationFaults, ListsAndFieldCopies)
 {
-    operation_table table;
     const auto fill_up = [](vesk_mesh &mesh) { mesh.subset_lookup_table.trim(); };
-    operation &push = table.add("add_subset_lookup_table_entry", aftermath::complete, {nullptr},
-                                [](vesk_mesh &mesh)
-                                {
-                                    mesh.add_subset_lookup_table_entry(7, 9);
-                                    return 1;
-                                });
+    operation push = {"add_subset_lookup_table_entry", aftermath::complete, {nullptr}};
+    push.run = done([](vesk_mesh &mesh) { mesh.add_subset_lookup_table_entry(7, 9); });
     push.prepare = fill_up;
-    push.inspect = [](vesk_mesh &mesh, int) { EXPECT_EQ(mesh.subset_lookup_table.count, 6u); };
+    push.inspect = [](vesk_mesh &mesh) { EXPECT_EQ(mesh.subset_lookup_table.count, 6u); };
+    fail_each(push);
 
-    operation &grow = table.add("list: push_back", aftermath::as_before, {nullptr},
-                                [](vesk_mesh &mesh)
-                                {
-                                    vesk_list<unsigned int> &list = mesh.subset_lookup_table;
-                                    list.push_back(list[1]); // its own element
-                                    return int(list.count == 7 && list[6] == list[1]);
-                                });
-    grow.prepare = fill_up;
-    table.add("list: set_size", aftermath::as_before, {nullptr},
-              [](vesk_mesh &mesh)
-              {
-                  mesh.subset_lookup_table.set_size(100);
-                  return int(mesh.subset_lookup_table.size == 100);
-              });
-    table.add("list: assignment", aftermath::as_before, {nullptr},
-              [](vesk_mesh &mesh)
-              {
-                  vesk_list<unsigned int> copy;
-                  copy = mesh.subset_lookup_table;
-                  EXPECT_TRUE(copy.data || copy.size + copy.count == 0);
-                  return int(copy.count == 6);
-              });
-
-    const auto has_all = [](const vesk_mesh &copy, const vesk_mesh &mesh)
+    operation lists = {"list", aftermath::as_before, {nullptr, nullptr, nullptr}};
+    lists.run = [](vesk_mesh &mesh)
     {
-        return copy.subset_lookup_table.count == mesh.subset_lookup_table.count &&
-               copy.uv_channel_arrays.count == 2 && copy.uv_channel_counts.count == 2 &&
-               copy.uv_index_arrays.count == 2 && copy.render_color_lookup_table.count == 3 &&
-               copy.render_color_lookup_table[0].runs.count > 0;
+        vesk_list<unsigned int> copy, &list = mesh.subset_lookup_table;
+        copy = list;
+        EXPECT_TRUE(copy.data || copy.size + copy.count == 0);
+        const unsigned int before = copy.count;
+        copy.push_back(copy.data ? copy[1] : 0); // its own element
+        const bool has_grown = copy.data && copy.count == before + 1 && copy[before] == list[1];
+        copy.set_size(100);
+        return int(before == 6 && has_grown && copy.size == 100);
     };
-    const auto sort = [](vesk_mesh &mesh)
+    lists.prepare = fill_up;
+    fail_each(lists);
+
+    operation copies = {"field copies", aftermath::as_before, {nullptr}};
+    copies.is_counted = false;
+    copies.prepare = [](vesk_mesh &mesh)
     {
-        vesk_list<unsigned long> colors;
-        for (unsigned int i = 0; i < 40; ++i)
-            colors.push_back(i % 2);
         mesh.generate_render_index_array();
-        mesh.sort_render_index_by_subset_color(colors);
+        sort_colors(mesh);
     };
-    operation &construct = table.add("copy constructor", aftermath::as_before, {},
-                                     [&](vesk_mesh &mesh)
-                                     {
-                                         const vesk_mesh copy(mesh);
-                                         EXPECT_EQ(copy.vertex_array, mesh.vertex_array);
-                                         return int(has_all(copy, mesh));
-                                     });
-    construct.told = {nullptr};
-    construct.is_counted = false;
-    construct.prepare = sort;
-    operation &assign = table.add("operator=", aftermath::as_before, {nullptr},
-                                  [&](vesk_mesh &mesh)
-                                  {
-                                      vesk_mesh copy;
-                                      copy = mesh;
-                                      EXPECT_EQ(copy.vertex_array, mesh.vertex_array);
-                                      return int(has_all(copy, mesh));
-                                  });
-    assign.is_counted = false;
-    assign.prepare = sort;
-    table.run();
+    copies.run = [](vesk_mesh &mesh)
+    {
+        const vesk_mesh constructed(mesh);
+        vesk_mesh assigned;
+        assigned = mesh;
+        EXPECT_TRUE(constructed.vertex_array == mesh.vertex_array &&
+                    assigned.vertex_array == mesh.vertex_array);
+        bool is_whole = true;
+        for (const vesk_mesh *copy : {&constructed, const_cast<const vesk_mesh *>(&assigned)})
+            is_whole = is_whole && copy->subset_lookup_table.count == 6 &&
+                       copy->uv_channel_arrays.count == 2 && copy->uv_channel_counts.count == 2 &&
+                       copy->uv_index_arrays.count == 2 &&
+                       copy->render_color_lookup_table.count == 3 &&
+                       copy->render_color_lookup_table[0].runs.count > 0;
+        return int(is_whole);
+    };
+    fail_each(copies);
 }

@@ -69,6 +69,14 @@ struct owned_mesh : vesk_mesh
     owned_mesh &operator=(const owned_mesh &) = delete;
 };
 
+/// Lends the geometry of one mesh to another.
+inline void lend_geometry(const vesk_mesh &lender, vesk_mesh &borrower)
+{
+    borrower.set_instance_geometry(lender.vertex_array, lender.uv_array, lender.index_array,
+                                   lender.vertex_count, lender.uv_count, lender.index_count,
+                                   lender.subset_lookup_table);
+}
+
 /// A list with the given elements.
 template <typename T> void assign_list(vesk_list<T> &list, const std::vector<T> &values)
 {
