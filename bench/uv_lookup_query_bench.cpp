@@ -1,6 +1,6 @@
 #include "interleaved.h"
 #include "support/plain_query.h"
-#include "support/surface_meshes.h"
+#include "surface_meshes.h"
 
 #include <benchmark/benchmark.h>
 

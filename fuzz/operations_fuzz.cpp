@@ -1,9 +1,9 @@
 #include "input_file.h"
 #include "mesh_checks.h"
+#include "support/mesh_builder.h"
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 // Random sequences of public operations on two meshes. A small model tells what each mesh has to
 // hold after each step; nothing that is borrowed may have changed. The second mesh may borrow from
@@ -44,68 +44,37 @@ struct player
     }
 };
 
-/// Arrays for `create`.
-struct geometry
+vesk_vector3 take_point(byte_source &source)
 {
-    explicit geometry(byte_source &source)
+    const float x = source.number(), y = source.number(), z = source.number();
+    return vesk_vector3(x, y, z);
+}
+
+void take_subsets(mesh_source &mesh, byte_source &source)
+{
+    for (unsigned int s = mesh.indices.empty() ? 0 : source.below(3); s > 0; --s)
     {
-        vertices.resize(source.below(10));
-        for (vesk_3d_vertex_s &vertex : vertices)
-        {
-            vertex.position.x = source.number();
-            vertex.position.y = source.number();
-            vertex.position.z = source.number();
-            vertex.normal.y = source.number();
-        }
-        const unsigned int triangle_count = vertices.empty() ? 0 : source.below(9);
-        words.resize(triangle_count * 7);
-        for (unsigned int &word : words)
-            word = vertices.empty() ? 0 : source.below(vertex_count());
-        if (triangle_count > 0)
-            assign_subsets(source, triangle_count);
-        channels.resize(source.below(3));
-        for (channel_arrays &channel : channels)
-            add_channel(channel, source, triangle_count);
-        uv_data.channel_count = static_cast<unsigned int>(channels.size());
-        uv_data.uv_arrays = uv_arrays.data();
-        uv_data.uv_counts = uv_counts.data();
-        uv_data.uv_index_arrays = uv_index_arrays.data();
+        const unsigned int first = source.below(mesh.triangle_count());
+        mesh.subsets.push_back(first * 7);
+        mesh.subsets.push_back(source.below(mesh.triangle_count() - first + 1));
     }
-    geometry(const geometry &) = delete;
-    geometry &operator=(const geometry &) = delete;
+}
 
-    unsigned int vertex_count() const
+/// Arrays for `create`.
+mesh_source take_geometry(byte_source &source)
+{
+    mesh_source mesh;
+    for (unsigned int v = source.below(10); v > 0; --v)
     {
-        return static_cast<unsigned int>(vertices.size());
+        const vesk_vector3 position = take_point(source);
+        mesh.add_vertex(position, vesk_vector3(0.0f, source.number(), 0.0f));
     }
-    unsigned int index_count() const
-    {
-        return static_cast<unsigned int>(words.size());
-    }
-
-    std::vector<vesk_3d_vertex_s> vertices;
-    std::vector<unsigned int> words;
-    vesk_list<unsigned int> subsets;
-    vesk_mesh_uv_data_s uv_data;
-
-private:
-    struct channel_arrays
-    {
-        std::vector<vesk_vector2> uvs;
-        std::vector<unsigned int> indices;
-    };
-
-    void assign_subsets(byte_source &source, unsigned int triangle_count)
-    {
-        for (unsigned int s = source.below(3); s > 0; --s)
-        {
-            const unsigned int first = source.below(triangle_count);
-            subsets.push_back(first * 7);
-            subsets.push_back(source.below(triangle_count - first + 1));
-        }
-    }
-
-    void add_channel(channel_arrays &channel, byte_source &source, unsigned int triangle_count)
+    mesh.indices.resize(mesh.vertices.empty() ? 0 : source.below(9) * 7);
+    for (unsigned int &word : mesh.indices)
+        word = source.below(mesh.vertex_count());
+    take_subsets(mesh, source);
+    mesh.channels.resize(source.below(3));
+    for (channel_source &channel : mesh.channels)
     {
         channel.uvs.resize(1 + source.below(5));
         for (vesk_vector2 &uv : channel.uvs)
@@ -113,50 +82,31 @@ private:
             uv.x = source.number();
             uv.y = source.number();
         }
-        channel.indices.resize(triangle_count * 3);
-        const unsigned int uv_count = static_cast<unsigned int>(channel.uvs.size());
+        channel.indices.resize(mesh.triangle_count() * 3);
         for (unsigned int &index : channel.indices)
-            index = source.below(uv_count);
-        uv_arrays.push_back(channel.uvs.data());
-        uv_counts.push_back(uv_count);
-        uv_index_arrays.push_back(channel.indices.data());
+            index = source.below(static_cast<unsigned int>(channel.uvs.size()));
     }
-
-    std::vector<channel_arrays> channels;
-    std::vector<vesk_vector2 *> uv_arrays;
-    std::vector<unsigned int> uv_counts;
-    std::vector<unsigned int *> uv_index_arrays;
-};
-
-/// Folds bytes into a number that changes with each of them.
-std::uint64_t fold(std::uint64_t digest, const void *bytes, std::size_t byte_count)
-{
-    const unsigned char *const data = static_cast<const unsigned char *>(bytes);
-    for (std::size_t i = 0; i < byte_count; ++i)
-        digest = (digest ^ data[i]) * 0x100000001B3u;
-    return digest;
+    return mesh;
 }
 
 /// All that a mesh can lend.
 std::uint64_t digest_of(const vesk_mesh &mesh)
 {
-    std::uint64_t digest = 0xCBF29CE484222325u;
-    digest = fold(digest, mesh.vertex_array, mesh.vertex_count * 24u);
-    digest = fold(digest, mesh.index_array, mesh.index_count * 4u);
-    digest = fold(digest, mesh.tangent_array, mesh.tangent_count * 16u);
-    digest = fold(digest, mesh.uv_lookup_vertex_array, mesh.uv_lookup_vertex_count * 12u);
-    digest = fold(digest, mesh.uv_lookup_index_array, mesh.uv_lookup_index_count * 4u);
+    std::uint64_t digest = mesh.get_octree_size_bytes();
+    const auto fold = [&digest](const void *bytes, std::size_t byte_count)
+    {
+        const unsigned char *const data = static_cast<const unsigned char *>(bytes);
+        for (std::size_t i = 0; i < byte_count; ++i)
+            digest = (digest ^ data[i]) * 0x100000001B3u;
+    };
+    fold(mesh.vertex_array, mesh.vertex_count * 24u);
+    fold(mesh.index_array, mesh.index_count * 4u);
+    fold(mesh.tangent_array, mesh.tangent_count * 16u);
+    fold(mesh.uv_lookup_vertex_array, mesh.uv_lookup_vertex_count * 12u);
+    fold(mesh.uv_lookup_index_array, mesh.uv_lookup_index_count * 4u);
     for (unsigned int c = 0; c < mesh.uv_channel_arrays.count; ++c)
-        digest = fold(digest, mesh.uv_channel_arrays[c], mesh.uv_channel_counts[c] * 8u);
-    const unsigned int sizes[] = {mesh.get_octree_size_bytes(),
-                                  mesh.get_uv_lookup_quadtree_size_bytes()};
-    return fold(digest, sizes, sizeof(sizes));
-}
-
-vesk_vector3 take_point(byte_source &source)
-{
-    const float x = source.number(), y = source.number(), z = source.number();
-    return vesk_vector3(x, y, z);
+        fold(mesh.uv_channel_arrays[c], mesh.uv_channel_counts[c] * 8u);
+    return digest + mesh.get_uv_lookup_quadtree_size_bytes();
 }
 
 void check(const player &p)
@@ -193,21 +143,21 @@ void check_empty_after_failure(player &p)
 
 void fill(player &p, byte_source &source)
 {
-    const geometry from(source);
+    mesh_source from = take_geometry(source);
     const bool is_written_by_host = source.below(2);
-    p.expect_only(from.vertex_count(), from.index_count() / 7, from.uv_data.channel_count);
+    p.expect_only(from.vertex_count(), from.triangle_count(),
+                  static_cast<unsigned int>(from.channels.size()));
     if (!is_written_by_host)
     {
-        FUZZ_CHECK(p.mesh.create(from.vertices.data(), from.words.data(), from.vertex_count(),
-                                 from.index_count(), from.uv_data, from.subsets) == 1);
+        FUZZ_CHECK(from.fill(p.mesh) == 1);
         return;
     }
-    FUZZ_CHECK(p.mesh.create(from.vertex_count(), from.index_count(), from.uv_data) == 1);
+    FUZZ_CHECK(p.mesh.create(from.vertex_count(), from.index_count(), from.uv_data()) == 1);
     std::copy(from.vertices.begin(), from.vertices.end(), p.mesh.get_vertex_array());
     for (unsigned int w = 0; w < from.index_count(); ++w)
         if (w % 7 < 3)
-            p.mesh.get_index_array()[w] = from.words[w];
-    for (unsigned int s = 0; s + 1 < from.subsets.count; s += 2)
+            p.mesh.get_index_array()[w] = from.indices[w];
+    for (std::size_t s = 0; s < from.subsets.size(); s += 2)
         p.mesh.add_subset_lookup_table_entry(from.subsets[s], from.subsets[s + 1]);
     p.mesh.calculate_bounding_box();
 }

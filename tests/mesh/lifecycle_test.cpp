@@ -1,35 +1,16 @@
 #include "support/bits.h"
-#include "vesk/mesh.h"
+#include "support/mesh_compare.h"
 
 #include <limits>
-
-namespace
-{
-void expect_empty(const vesk_mesh &mesh)
-{
-    EXPECT_EQ(mesh.is_valid(), 0);
-    EXPECT_EQ(mesh.vertex_array, nullptr);
-    EXPECT_EQ(mesh.uv_array, nullptr);
-    EXPECT_EQ(mesh.index_array, nullptr);
-    EXPECT_EQ(mesh.tangent_array, nullptr);
-    EXPECT_EQ(mesh.render_index_array, nullptr);
-    EXPECT_EQ(mesh.octree, nullptr);
-    EXPECT_EQ(mesh.uv_lookup_root, nullptr);
-    EXPECT_EQ(mesh.get_uv_channel_count(), 0u);
-    EXPECT_EQ(mesh.get_subset_count(), 0u);
-    EXPECT_EQ(mesh.vertex_count + mesh.uv_count + mesh.index_count + mesh.tangent_count, 0u);
-    EXPECT_TRUE(mesh.bounding_box_min.is_zero() && mesh.bounding_box_max.is_zero());
-}
-} // namespace
 
 TEST(MeshLifecycle, ANewMeshIsEmptyAndFreeCanBeRepeated)
 {
     vesk_mesh mesh;
-    expect_empty(mesh);
+    EXPECT_TRUE(is_empty_mesh(mesh));
     EXPECT_EQ(mesh.get_error_stack()->count, 0u);
     mesh.free();
     mesh.free();
-    expect_empty(mesh);
+    EXPECT_TRUE(is_empty_mesh(mesh));
 }
 
 TEST(MeshLifecycle, SubsetsArePairs)
@@ -66,5 +47,5 @@ TEST(MeshBoundingBox, IgnoresNanAndHoldsNoPointWithoutVertices)
     EXPECT_TRUE(same_bits(mesh.bounding_box_min, vesk_vector3(-5.0f, 1.0f, -0.0f)));
     EXPECT_TRUE(same_bits(mesh.bounding_box_max, vesk_vector3(-3.0f, 2.0f, -0.0f)));
     mesh.reset();
-    expect_empty(mesh);
+    EXPECT_TRUE(is_empty_mesh(mesh));
 }

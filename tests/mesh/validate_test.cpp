@@ -3,6 +3,7 @@
 #include "support/bits.h"
 #include "support/mesh_builder.h"
 
+#include <functional>
 #include <limits>
 
 namespace
@@ -25,53 +26,50 @@ template <typename Change> vesk_mesh_fault_s fault_after(Change change)
 
 TEST(Validate, NamesTheFirstFaultAndItsPlace)
 {
-    vesk_mesh_fault_s fault = fault_after(
-        [](vesk_mesh &mesh)
-        {
-            mesh.vertex_array[700].normal.z = std::numeric_limits<float>::infinity();
-            mesh.vertex_array[900].position.x = std::numeric_limits<float>::quiet_NaN();
-        });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_normal_not_finite);
-    EXPECT_EQ(fault.vertex, 700u);
-
-    fault = fault_after(
-        [](vesk_mesh &mesh)
-        {
-            mesh.index_array[1999 * 7 + 2] = mesh.vertex_count;
-            mesh.index_array[1999 * 7 + 3] = mesh.uv_count;
-        });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_vertex_index);
-    EXPECT_EQ(fault.triangle, 1999u);
-    EXPECT_EQ(fault.corner, 2u);
-
-    fault = fault_after([](vesk_mesh &mesh) { mesh.index_array[300 * 7 + 4] = mesh.uv_count; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_uv_index);
-    EXPECT_EQ(fault.corner, 1u);
-
-    fault =
-        fault_after([](vesk_mesh &mesh) { mesh.uv_index_arrays[1][3 * 513 + 1] = 0xFFFFFFFFu; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_channel_uv_index);
-    EXPECT_EQ(fault.channel, 1u);
-    EXPECT_EQ(fault.triangle, 513u);
-    EXPECT_EQ(fault.corner, 1u);
-    EXPECT_EQ(fault.value, 0xFFFFFFFFu);
-
-    fault = fault_after([](vesk_mesh &mesh) { mesh.subset_lookup_table[5] += 1; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_subset_range);
-    EXPECT_EQ(fault.subset, 2u);
-    fault = fault_after([](vesk_mesh &mesh) { mesh.subset_lookup_table[2] += 1; });
-    EXPECT_EQ(fault.subset, 1u);
-    fault = fault_after([](vesk_mesh &mesh) { mesh.subset_lookup_table.push_back(7); });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_subset_table);
-
-    fault = fault_after([](vesk_mesh &mesh) { mesh.tangent_count = 3; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_tangent_count);
-    fault = fault_after([](vesk_mesh &mesh) { mesh.uv_channel_counts.pop_back(); });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_channel_lists);
-    fault = fault_after([](vesk_mesh &mesh) { mesh.uv_count -= 1; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_current_channel);
-    fault = fault_after([](vesk_mesh &mesh) { mesh.index_count -= 1; });
-    EXPECT_EQ(fault.kind, vesk_mesh_fault_index_count);
+    const float infinity = std::numeric_limits<float>::infinity();
+    const auto spoil_vertices = [infinity](vesk_mesh &mesh)
+    {
+        mesh.vertex_array[700].normal.z = infinity;
+        mesh.vertex_array[900].position.x = infinity;
+    };
+    const auto spoil_record = [](vesk_mesh &mesh)
+    {
+        mesh.index_array[1999 * 7 + 2] = mesh.vertex_count;
+        mesh.index_array[1999 * 7 + 3] = mesh.uv_count;
+    };
+    const struct
+    {
+        std::function<void(vesk_mesh &)> change;
+        vesk_mesh_fault_kind kind;
+        unsigned int vesk_mesh_fault_s::*place = nullptr;
+        unsigned int number = 0;
+    } rows[] = {
+        {spoil_vertices, vesk_mesh_fault_normal_not_finite, &vesk_mesh_fault_s::vertex, 700},
+        {spoil_record, vesk_mesh_fault_vertex_index, &vesk_mesh_fault_s::triangle, 1999},
+        {spoil_record, vesk_mesh_fault_vertex_index, &vesk_mesh_fault_s::corner, 2},
+        {[](vesk_mesh &m) { m.index_array[300 * 7 + 4] = m.uv_count; }, vesk_mesh_fault_uv_index,
+         &vesk_mesh_fault_s::corner, 1},
+        {[](vesk_mesh &m) { m.uv_index_arrays[1][3 * 513 + 1] = 0xFFFFFFFFu; },
+         vesk_mesh_fault_channel_uv_index, &vesk_mesh_fault_s::triangle, 513},
+        {[](vesk_mesh &m) { m.uv_index_arrays[1][3 * 513 + 1] = 0xFFFFFFFFu; },
+         vesk_mesh_fault_channel_uv_index, &vesk_mesh_fault_s::value, 0xFFFFFFFFu},
+        {[](vesk_mesh &m) { m.subset_lookup_table[5] += 1; }, vesk_mesh_fault_subset_range,
+         &vesk_mesh_fault_s::subset, 2},
+        {[](vesk_mesh &m) { m.subset_lookup_table[2] += 1; }, vesk_mesh_fault_subset_range,
+         &vesk_mesh_fault_s::subset, 1},
+        {[](vesk_mesh &m) { m.subset_lookup_table.push_back(7); }, vesk_mesh_fault_subset_table},
+        {[](vesk_mesh &m) { m.tangent_count = 3; }, vesk_mesh_fault_tangent_count},
+        {[](vesk_mesh &m) { m.uv_channel_counts.pop_back(); }, vesk_mesh_fault_channel_lists},
+        {[](vesk_mesh &m) { m.uv_count -= 1; }, vesk_mesh_fault_current_channel},
+        {[](vesk_mesh &m) { m.index_count -= 1; }, vesk_mesh_fault_index_count},
+    };
+    for (const auto &row : rows)
+    {
+        SCOPED_TRACE(&row - rows);
+        const vesk_mesh_fault_s fault = fault_after(row.change);
+        EXPECT_EQ(fault.kind, row.kind);
+        EXPECT_EQ(row.place ? fault.*row.place : 0, row.number);
+    }
 }
 
 TEST(Validate, StatesThatAreNoFaultsPass)
