@@ -1,11 +1,16 @@
+#include "equal_trees.h"
 #include "interleaved.h"
+#include "support/plain_octree.h"
 #include "support/plain_query.h"
 #include "surface_meshes.h"
 
 #include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 
-// Rays and lines per second through the octree, beside the plain walk's on plain heap nodes.
+// Rays and lines per second through the octree, beside the plain walk's over the equal tree that
+// the plain builder makes: its nodes and lists lie on the heap where that builder puts them.
 
 namespace
 {
@@ -19,7 +24,7 @@ enum class form
     closest
 };
 
-/// A mesh with its octree, and the same tree of plain heap nodes under a second mesh.
+/// A mesh with its octree, and the plain builder's under a second mesh.
 struct scene
 {
     explicit scene(void (*build)(surface &, unsigned int)) : plain_root(nullptr)
@@ -27,8 +32,14 @@ struct scene
         build(shape, triangle_count);
         shape.show(mesh);
         shape.show(plain_mesh);
-        mesh.generate_octree(depth_for(mesh), nullptr, nullptr);
-        plain_root = copy_plain(*mesh.octree);
+        const unsigned int depth = depth_for(mesh);
+        mesh.generate_octree(depth, nullptr, nullptr);
+        plain_root = plain::build_octree(plain_mesh, depth, nullptr, nullptr);
+        if (!equal_trees(mesh.octree, plain_root))
+        {
+            std::fputs("the library's tree and the plain one differ\n", stderr);
+            std::exit(1);
+        }
         plain_mesh.octree = plain_root;
         plain_mesh.instance_octree = 1;
     }
@@ -54,20 +65,6 @@ struct scene
         for (const vesk_octree_node_s *child : node.children)
             if (child)
                 count(*child, holders, references);
-    }
-
-    static vesk_octree_node_s *copy_plain(const vesk_octree_node_s &from)
-    {
-        vesk_octree_node_s *to = new vesk_octree_node_s;
-        to->box = from.box;
-        for (unsigned int i = 0; i < from.triangles.count; ++i)
-            to->triangles.push_back(from.triangles[i]);
-        if (to->triangles.count)
-            to->triangles.trim();
-        for (unsigned int i = 0; i < 8; ++i)
-            if (from.children[i])
-                to->children[i] = copy_plain(*from.children[i]);
-        return to;
     }
 
     surface shape;

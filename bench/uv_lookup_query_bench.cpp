@@ -1,29 +1,18 @@
+#include "equal_trees.h"
 #include "interleaved.h"
 #include "support/plain_query.h"
+#include "support/plain_uv_lookup.h"
 #include "surface_meshes.h"
 
 #include <benchmark/benchmark.h>
 
 // A bake: every texel of a 1024 by 1024 raster mapped to the surface, beside the plain walk's time
-// on plain heap nodes.
+// over the equal tree that the plain builder makes.
 
 namespace
 {
 constexpr unsigned int side = 1024;
-
-vesk_uv_lookup_node_s *copy_plain(const vesk_uv_lookup_node_s &from)
-{
-    vesk_uv_lookup_node_s *to = new vesk_uv_lookup_node_s;
-    to->bounding_rect = from.bounding_rect;
-    for (unsigned int i = 0; i < from.triangles.count; ++i)
-        to->triangles.push_back(from.triangles[i]);
-    if (to->triangles.count)
-        to->triangles.trim();
-    for (unsigned int i = 0; i < 4; ++i)
-        if (from.children[i])
-            to->children[i] = copy_plain(*from.children[i]);
-    return to;
-}
+constexpr unsigned int depth = 7; // 14 triangles a leaf
 
 template <typename Ask> double bake(Ask ask)
 {
@@ -43,8 +32,10 @@ void bake_texture(benchmark::State &state)
     displaced_sphere(shape, 100000);
     vesk_mesh mesh;
     shape.show(mesh);
-    mesh.generate_uv_lookup_quadtree(side, side, 7, 0, 0, nullptr, nullptr);
-    const vesk_uv_lookup_node_s *plain_root = copy_plain(*mesh.uv_lookup_root); // never released
+    mesh.generate_uv_lookup_quadtree(side, side, depth, 0, 0, nullptr, nullptr);
+    vesk_uv_lookup_node_s *plain_root = plain::build_uv_lookup(mesh, depth, nullptr, nullptr);
+    if (!equal_trees(mesh.uv_lookup_root, plain_root))
+        state.SkipWithError("the library's tree and the plain one differ");
     const vesk_vector3 *corners = mesh.uv_lookup_vertex_array;
 
     double covered = 0.0, plain_covered = 0.0;
@@ -67,6 +58,7 @@ void bake_texture(benchmark::State &state)
         state.SkipWithError("the library and the plain walk disagree");
     state.SetItemsProcessed(static_cast<std::int64_t>(side) * side * state.iterations());
     state.counters["covered"] = covered / (double(side) * side);
+    plain::free_tree(plain_root);
     mesh.free_uv_lookup_quadtree();
 }
 BENCHMARK(bake_texture)->UseManualTime()->Unit(benchmark::kMillisecond);
