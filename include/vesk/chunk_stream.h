@@ -26,8 +26,7 @@ VESK_API int vesk_compress_bytes_to_file_lz4(const void *bytes, unsigned int siz
 /// stream.
 ///
 /// Chunks may be of any size; a stream that yields less than `size` bytes leaves the rest of the
-/// buffer as it was and still gives 1. Right behind the last byte LZ4 may use some dozen bytes of
-/// that rest as room to work in.
+/// buffer as it was and still gives 1.
 ///
 /// @return 1; 0 when the work buffer cannot be had, when the file ends within the stream, when a
 /// compressed size is above 0x202030 bytes, or when a block does not decompress to at least one

@@ -123,7 +123,8 @@ bool mesh_input::read_section(void *words, std::uint64_t word_count, const wchar
 void mesh_input::read_stream(void *words, std::uint64_t word_count, const wchar_t *message)
 {
     std::uint64_t filled = 0;
-    half_loaded = !vesk_read_chunk_stream(file, words, word_count * 4, filled);
+    half_loaded =
+        !vesk_read_chunk_stream(file, words, word_count * 4, vesk_behind_stream::used, filled);
     if (half_loaded)
         fail(message);
     // A stream may yield less than its section holds.

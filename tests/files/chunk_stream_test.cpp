@@ -121,6 +121,19 @@ TEST(ChunkStream, TakesChunksOfAnySizeAndLeavesTheTail)
     EXPECT_EQ(decompress(literal_stream({{1, 2, 3}, {4}, {5, 6}}), out), 1);
     EXPECT_EQ(out, (byte_vector{1, 2, 3, 4, 5, 6, 0xEE, 0xEE, 0xEE}));
 
+    // Matches near the end, which LZ4 copies in steps that reach beyond it.
+    for (unsigned int size = 30; size < 300; ++size)
+    {
+        byte_vector bytes = sample(size, false);
+        std::copy_n(bytes.begin(), 8, bytes.end() - 14);
+        stream_file file;
+        ASSERT_EQ(vesk_compress_bytes_to_file_lz4(bytes.data(), size, file.file), 1);
+        bytes.resize(size + 40, 0xEE);
+        byte_vector with_rest(size + 40, 0xEE);
+        EXPECT_EQ(decompress(file.bytes(), with_rest), 1);
+        EXPECT_EQ(with_rest, bytes) << size;
+    }
+
     byte_vector untouched(4, 0xEE);
     EXPECT_EQ(decompress({0, 0, 0, 0}, untouched), 1); // no chunk at all
     EXPECT_EQ(untouched, byte_vector(4, 0xEE));
