@@ -19,7 +19,7 @@ void decode(benchmark::State &state, const document &doc, const record *parent, 
     const record *const r = document::find_child(*parent, name);
     if (r == nullptr || !doc.read_numbers(*r, numbers) || numbers.count == 0)
         state.SkipWithError("the numbers cannot be read");
-    benchmark::DoNotOptimize(numbers.data.get());
+    benchmark::DoNotOptimize(numbers.bytes);
 }
 
 void read_document(benchmark::State &state, fbx_encoding encoding)

@@ -31,7 +31,7 @@ std::string with_class_first(std::string_view text)
 
 template <typename T> std::string bits_of(const number_array<T> &numbers)
 {
-    return {reinterpret_cast<const char *>(numbers.data.get()), numbers.count * sizeof(T)};
+    return {numbers.bytes, numbers.count * sizeof(T)};
 }
 
 /// Everything that can be asked of a record, as bytes: equal for equal content in any encoding.

@@ -17,6 +17,9 @@ namespace
 /// refused before anything is allocated.
 constexpr std::uint64_t max_inflate_ratio = 1032;
 
+/// Shorter arrays are copied: they should not keep a file that is done with.
+constexpr std::size_t least_shared_bytes = 4096;
+
 /// Bytes of a single value or of an array's element; 0 for texts and unknown codes.
 std::size_t number_bytes(char code)
 {
@@ -141,10 +144,10 @@ template <typename To> bool convert_value(const binary_value &value, bool big_en
 }
 
 /// `stride` is the distance from one number to the next.
-template <typename From, typename To>
-void convert_numbers(const char *bytes, bool big_endian, std::size_t stride, number_array<To> &out)
+template <typename From, typename To> void
+convert_numbers(const char *bytes, bool big_endian, std::size_t stride, std::size_t count, To *out)
 {
-    for (std::size_t i = 0; i < out.count; ++i)
+    for (std::size_t i = 0; i < count; ++i)
         convert(static_cast<widest<From>>(load_number<From>(bytes + i * stride, big_endian)),
                 out[i]);
 }
@@ -170,8 +173,8 @@ bool is_plausible(const binary_value &array, std::uint64_t total_bytes)
     }
 }
 
-template <typename T> bool read_array(const binary_value &array, bool big_endian,
-                                      inflater &unpacker, number_array<T> &out)
+template <typename T>
+bool read_array(const binary_value &array, const binary_source &source, number_array<T> &out)
 {
     const std::uint64_t claimed = std::uint64_t{array.count} * number_bytes(array.code);
     if (!is_plausible(array, claimed) || claimed > std::numeric_limits<std::size_t>::max() / 16)
@@ -181,47 +184,52 @@ template <typename T> bool read_array(const binary_value &array, bool big_endian
     const std::size_t total_bytes = static_cast<std::size_t>(claimed);
     const bool deflated = array.array_encoding == 1;
 
-    if (deflated && stored_as<T>(array.code, big_endian))
+    const bool as_in_memory = stored_as<T>(array.code, source.big_endian);
+    if (deflated && as_in_memory)
+        return source.unpacker.unpack(array.bytes, out.allocate(array.count), total_bytes);
+    if (as_in_memory && total_bytes >= least_shared_bytes)
     {
-        out.allocate(array.count);
-        return unpacker.unpack(array.bytes, out.data.get(), total_bytes);
+        out.refer_to(array.bytes.data(), array.count, source.file);
+        return true;
     }
     std::unique_ptr<char[]> unpacked;
     const char *bytes = array.bytes.data();
     if (deflated)
     {
         unpacked.reset(new char[total_bytes]);
-        if (!unpacker.unpack(array.bytes, unpacked.get(), total_bytes))
+        if (!source.unpacker.unpack(array.bytes, unpacked.get(), total_bytes))
             return false;
         bytes = unpacked.get();
     }
-    out.allocate(array.count);
+    T *const numbers = out.allocate(array.count);
     with_number_type(array.code,
                      [&](auto type)
                      {
                          using from = decltype(type);
-                         convert_numbers<from>(bytes, big_endian, sizeof(from), out);
+                         convert_numbers<from>(bytes, source.big_endian, sizeof(from), array.count,
+                                               numbers);
                      });
     return true;
 }
 
 template <typename T> bool read_values(const record &r, bool big_endian, number_array<T> &out)
 {
-    out.allocate(r.value_count); // a value takes two bytes at least: this is in bounds
+    T *const numbers =
+        out.allocate(r.value_count); // a value takes two bytes at least: this is in bounds
     const char code = uniform_number_code(r);
     if (with_number_type(code,
                          [&](auto type)
                          {
                              using from = decltype(type);
                              convert_numbers<from>(r.values.data() + 1, big_endian,
-                                                   1 + sizeof(from), out);
+                                                   1 + sizeof(from), r.value_count, numbers);
                          }))
         return true;
     std::string_view rest = r.values;
     binary_value value;
     for (std::uint32_t i = 0; i < r.value_count; ++i)
         if (next_binary_value(rest, big_endian, value) != value_step::value ||
-            !convert_value(value, big_endian, out[i]))
+            !convert_value(value, big_endian, numbers[i]))
             return false;
     return true;
 }
@@ -297,18 +305,19 @@ bool binary_real(const binary_value &value, bool big_endian, double &out)
 }
 
 template <typename T>
-bool read_binary_numbers(const record &r, bool big_endian, inflater &unpacker, number_array<T> &out)
+bool read_binary_numbers(const record &r, const binary_source &source, number_array<T> &out)
 {
     if (r.value_count == 0)
         return true;
     std::string_view rest = r.values;
     binary_value first;
-    if (r.value_count == 1 && next_binary_value(rest, big_endian, first) == value_step::value &&
+    if (r.value_count == 1 &&
+        next_binary_value(rest, source.big_endian, first) == value_step::value &&
         is_array_code(first.code))
-        return read_array(first, big_endian, unpacker, out);
-    return read_values(r, big_endian, out);
+        return read_array(first, source, out);
+    return read_values(r, source.big_endian, out);
 }
 
-template bool read_binary_numbers(const record &, bool, inflater &, number_array<double> &);
-template bool read_binary_numbers(const record &, bool, inflater &, number_array<int> &);
+template bool read_binary_numbers(const record &, const binary_source &, number_array<double> &);
+template bool read_binary_numbers(const record &, const binary_source &, number_array<int> &);
 } // namespace vesk_fbx

@@ -58,8 +58,16 @@ private:
 bool binary_integer(const binary_value &value, bool big_endian, std::int64_t &out);
 bool binary_real(const binary_value &value, bool big_endian, double &out);
 
+/// The file that records of numbers belong to.
+struct binary_source
+{
+    bool big_endian;
+    inflater &unpacker;
+    std::shared_ptr<const char[]> file;
+};
+
 /// All numbers of a record, out of one array or of many single values; see document::read_numbers.
 /// `out` is empty before, and of no meaning after false.
-template <typename T> bool read_binary_numbers(const record &r, bool big_endian, inflater &unpacker,
-                                               number_array<T> &out);
+template <typename T>
+bool read_binary_numbers(const record &r, const binary_source &source, number_array<T> &out);
 } // namespace vesk_fbx

@@ -18,7 +18,7 @@ namespace vesk_fbx
 struct document::state
 {
     input_file file;
-    std::unique_ptr<char[]> bytes; ///< the whole file and `text_padding` zeros
+    std::shared_ptr<char[]> bytes; ///< the whole file and `text_padding` zeros
     std::size_t byte_count = 0;
     file_format format = file_format::unknown;
     binary_layout layout;
@@ -214,7 +214,8 @@ template <typename T> bool document::read_all(const record &r, number_array<T> &
     out.clear();
     const bool sound =
         is_text() ? read_text_numbers(r, out)
-                  : read_binary_numbers(r, m_state->layout.big_endian, m_state->unpacker, out);
+                  : read_binary_numbers(
+                        r, {m_state->layout.big_endian, m_state->unpacker, m_state->bytes}, out);
     if (!sound)
         out.clear();
     return sound;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/fbx/number_array.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -18,32 +20,6 @@ struct record
     std::uint32_t value_count = 0; ///< scalar values; an array counts as one value
     const record *first_child = nullptr;
     const record *next = nullptr; ///< next record of the same parent
-};
-
-/// An array without the zeroing pass of std::vector. Throws std::bad_alloc from `allocate`.
-template <typename T> struct number_array
-{
-    std::unique_ptr<T[]> data;
-    std::size_t count = 0;
-
-    void allocate(std::size_t new_count)
-    {
-        data.reset(new T[new_count]);
-        count = new_count;
-    }
-    void clear()
-    {
-        data.reset();
-        count = 0;
-    }
-    const T &operator[](std::size_t i) const
-    {
-        return data[i];
-    }
-    T &operator[](std::size_t i)
-    {
-        return data[i];
-    }
 };
 
 enum class load_result
@@ -96,7 +72,8 @@ public:
     /// Reals convert to integers by truncation, out-of-range ones to the nearest limit.
     /// False and no numbers when they are damaged; a record without numbers gives count 0 and true.
     /// Memory stays within a small multiple of the bytes that hold the numbers (deflate: at most
-    /// about 1032 times). May throw std::bad_alloc.
+    /// about 1032 times); a long array that stands in the file as it does in memory is not copied,
+    /// and keeps the file's bytes. May throw std::bad_alloc.
     bool read_numbers(const record &r, number_array<double> &out) const;
     bool read_numbers(const record &r, number_array<int> &out) const;
 

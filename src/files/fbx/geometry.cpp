@@ -1,8 +1,10 @@
 #include "files/fbx/geometry.h"
 
 #include "files/fbx/layers.h"
+#include "files/fbx/quadrangle.h"
 #include "files/fbx/triangulate.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace vesk_fbx
@@ -18,74 +20,96 @@ bool read_points(const document &file, const record &source, mesh_geometry &out)
     number_array<double> numbers;
     if (vertices && !file.read_numbers(*vertices, numbers))
         return false;
-    const std::size_t count = numbers.count / 3;
-    if (count > most_corners)
+    out.point_count = numbers.count / 3;
+    if (out.point_count > most_corners)
         return false;
-    out.points.allocate(count);
-    for (std::size_t i = 0; i < count; ++i)
-        out.points[i] = FbxVector4(numbers[3 * i], numbers[3 * i + 1], numbers[3 * i + 2]);
+    out.points.reset(new FbxVector4[out.point_count]);
+    for (std::size_t i = 0; i < out.point_count; ++i)
+    {
+        const double x = numbers[3 * i], y = numbers[3 * i + 1], z = numbers[3 * i + 2];
+        out.points[i] = FbxVector4(x, y, z);
+        if (!is_tame(std::fabs(x)) || !is_tame(std::fabs(y)) || !is_tame(std::fabs(z)))
+            out.all_tame = false;
+    }
     return true;
 }
 
-/// Finds where polygons end, and takes the mark off the last index of each.
-class polygon_scan
+/// Takes the mark off the last corner of each polygon and counts the marks. False when a corner
+/// names a point that is not there.
+bool read_corner_points(const number_array<int> &marked, mesh_geometry &out, std::size_t &marks)
 {
-public:
-    explicit polygon_scan(mesh_geometry &mesh) : m_mesh(mesh) {}
-
-    void run()
+    int *const points = out.corner_points.get();
+    std::size_t missing = 0;
+    for (std::size_t i = 0; i < marked.count; ++i)
     {
-        const int count = static_cast<int>(m_mesh.corner_points.count);
-        for (int i = 0; i < count; ++i)
+        const int value = marked[i];
+        points[i] = value < 0 ? ~value : value;
+        marks += value < 0;
+        missing += static_cast<unsigned int>(points[i]) >= out.point_count;
+    }
+    return missing == 0;
+}
+
+/// Nothing has to end the last one.
+bool are_triangles(const number_array<int> &marked)
+{
+    if (marked.count % 3 != 0)
+        return false;
+    for (std::size_t i = 0; i < marked.count; i += 3)
+    {
+        const bool ends = marked[i + 2] < 0 || i + 3 == marked.count;
+        if (marked[i] < 0 || marked[i + 1] < 0 || !ends)
+            return false;
+    }
+    return true;
+}
+
+bool have_points(const mesh_geometry &mesh, int first_corner, int end_corner)
+{
+    const int *const points = mesh.corner_points.get();
+    return std::all_of(points + first_corner, points + end_corner,
+                       [&](int point)
+                       { return static_cast<std::size_t>(point) < mesh.point_count; });
+}
+
+void list_polygons(const number_array<int> &marked, bool all_sound, mesh_geometry &out)
+{
+    const int count = static_cast<int>(marked.count);
+    int first = 0, number = 0;
+    for (int i = 0; i < count; ++i)
+    {
+        if (marked[static_cast<std::size_t>(i)] >= 0 && i + 1 < count)
+            continue;
+        const int end = i + 1;
+        if (all_sound || have_points(out, first, end))
         {
-            int &point = m_mesh.corner_points.data.get()[i];
-            const bool last = point < 0;
-            if (last)
-                point = ~point;
-            if (static_cast<std::size_t>(point) >= m_mesh.points.count)
-                m_sound = false;
-            if (last)
-                end_polygon(i + 1);
+            mesh_geometry::polygon &p = out.polygons.emplace_back();
+            p.first_corner = first;
+            p.corner_count = end - first;
+            p.number = number;
         }
-        if (m_first < count) // a last polygon that nothing ends
-            end_polygon(count);
+        first = end;
+        ++number;
     }
-
-private:
-    void end_polygon(int end)
-    {
-        const int corner_count = end - m_first;
-        if (m_mesh.all_triangles && !(m_sound && corner_count == 3))
-            list_triangles();
-        if (!m_mesh.all_triangles && m_sound)
-            m_mesh.polygons.push_back({m_first, corner_count, m_number});
-        ++m_number;
-        m_first = end;
-        m_sound = true;
-    }
-
-    /// The first polygon that is something else: those before it need records too.
-    void list_triangles()
-    {
-        m_mesh.all_triangles = false;
-        for (int i = 0; i < m_number; ++i)
-            m_mesh.polygons.push_back({3 * i, 3, i});
-    }
-
-    mesh_geometry &m_mesh;
-    int m_first = 0;
-    int m_number = 0;
-    bool m_sound = true;
-};
+}
 
 bool read_polygons(const document &file, const record &source, mesh_geometry &out)
 {
     const record *indices = document::find_child(source, "PolygonVertexIndex");
-    if (indices && !file.read_numbers(*indices, out.corner_points))
+    number_array<int> marked; // the last corner of each polygon has its complement
+    if (indices && !file.read_numbers(*indices, marked))
         return false;
-    if (out.corner_points.count > most_corners)
+    if (marked.count > most_corners)
         return false;
-    polygon_scan(out).run();
+    out.corner_count = marked.count;
+    out.corner_points.reset(new int[marked.count]);
+    std::size_t marks = 0;
+    const bool all_sound = read_corner_points(marked, out, marks);
+    out.all_triangles = all_sound && are_triangles(marked);
+    if (out.all_triangles)
+        return true;
+    out.polygons.reserve(marks + 1);
+    list_polygons(marked, all_sound, out);
     return true;
 }
 
@@ -98,48 +122,63 @@ std::size_t count_corners(const mesh_geometry &mesh)
     return count;
 }
 
-void cut_polygons(const mesh_geometry &mesh, triangle_geometry &out)
+void cut_polygon(const mesh_geometry &mesh, const mesh_geometry::polygon &p,
+                 polygon_splitter &splitter, std::vector<vector3> &positions, int *corners)
+{
+    positions.clear();
+    for (int k = 0; k < p.corner_count; ++k)
+    {
+        const FbxVector4 &point = mesh.corner_position(p.first_corner + k);
+        positions.push_back({point[0], point[1], point[2]});
+    }
+    splitter.split(positions.data(), p.corner_count, corners);
+    for (int i = 0; i < 3 * (p.corner_count - 2); ++i)
+        corners[i] += p.first_corner;
+}
+
+/// The polygon that most meshes are made of, a quadrangle, goes the short way.
+void cut_common_polygon(const mesh_geometry &mesh, int first_corner, int *corners)
+{
+    const double *positions[4];
+    for (int k = 0; k < 4; ++k)
+        positions[k] = mesh.corner_position(first_corner + k).mData;
+    const quadrangle_cut cut = cut_quadrangle(positions);
+    for (int i = 0; i < 6; ++i)
+        corners[i] = first_corner + cut[i];
+}
+
+void cut_polygons(const mesh_geometry &mesh, int *corners)
 {
     polygon_splitter splitter;
     std::vector<vector3> positions;
-    int *corners = out.corners.data.get();
-    int *polygons = out.polygons.data.get();
-    const int polygon_count = mesh.polygon_count();
-    for (int i = 0; i < polygon_count; ++i)
+    for (const mesh_geometry::polygon &p : mesh.polygons)
     {
-        const mesh_geometry::polygon p = mesh.get_polygon(i);
         if (p.corner_count < 3)
             continue;
-        const std::size_t corner_count = static_cast<std::size_t>(p.corner_count);
-        if (positions.size() < corner_count)
-            positions.resize(corner_count);
-        vector3 *position = positions.data();
-        for (int k = 0; k < p.corner_count; ++k)
-        {
-            const FbxVector4 &point = mesh.corner_position(p.first_corner + k);
-            *position++ = {point[0], point[1], point[2]};
-        }
-        splitter.split(positions.data(), p.corner_count, corners);
-        for (int t = 0; t < p.corner_count - 2; ++t)
-        {
-            *polygons++ = i;
-            for (int k = 0; k < 3; ++k)
-                *corners++ += p.first_corner;
-        }
+        if (p.corner_count == 4 && mesh.all_tame)
+            cut_common_polygon(mesh, p.first_corner, corners);
+        else
+            cut_polygon(mesh, p, splitter, positions, corners);
+        corners += 3 * (p.corner_count - 2);
     }
 }
-
-/// `source` taken at each of `positions`.
-number_array<int> gather(const number_array<int> &source, const number_array<int> &positions)
-{
-    number_array<int> result;
-    result.allocate(positions.count);
-    const int *values = source.data.get();
-    for (std::size_t i = 0; i < positions.count; ++i)
-        result[i] = values[positions[i]];
-    return result;
-}
 } // namespace
+
+int mesh_geometry::find_polygon(int corner, int guess) const
+{
+    if (all_triangles)
+        return corner / 3;
+    for (int i = guess; i < guess + 2 && i < polygon_count(); ++i)
+    {
+        const polygon p = get_polygon(i);
+        if (corner >= p.first_corner && corner - p.first_corner < p.corner_count)
+            return i;
+    }
+    const auto behind =
+        std::upper_bound(polygons.begin(), polygons.end(), corner,
+                         [](int c, const polygon &p) { return c < p.first_corner; });
+    return static_cast<int>(behind - polygons.begin()) - 1;
+}
 
 bool mesh_geometry::find_normal(int corner, int polygon_number, FbxVector4 &normal) const
 {
@@ -164,15 +203,9 @@ bool mesh_geometry::find_normal(int corner, int polygon_number, FbxVector4 &norm
     {
         if (static_cast<std::size_t>(entry) >= normals.indices.count)
             return false;
-        entry = normals.indices.data.get()[entry];
+        entry = normals.indices[static_cast<std::size_t>(entry)];
     }
-    if (entry < 0 || static_cast<std::size_t>(entry) >= normals.directions.count / 3)
-        return false;
-    const double *d = &normals.directions[3 * static_cast<std::size_t>(entry)];
-    if (!std::isfinite(d[0]) || !std::isfinite(d[1]) || !std::isfinite(d[2]))
-        return false;
-    normal = FbxVector4(d[0], d[1], d[2]);
-    return true;
+    return vector_list(normals.directions).get(static_cast<std::size_t>(entry), normal);
 }
 
 FbxVector4 mesh_geometry::face_normal(int polygon_index) const
@@ -193,8 +226,7 @@ FbxVector4 mesh_geometry::face_normal(int polygon_index) const
         for (int i = 0; i < 3; ++i)
             sum[i] += u[(i + 1) % 3] * v[(i + 2) % 3] - u[(i + 2) % 3] * v[(i + 1) % 3];
     }
-    const bool usable = std::isfinite(sum[0]) && std::isfinite(sum[1]) && std::isfinite(sum[2]);
-    if (!usable)
+    if (!is_finite(sum[0], sum[1], sum[2]))
         return FbxVector4(0.0, 0.0, 0.0);
     sum.Normalize();
     return sum;
@@ -215,22 +247,7 @@ void triangulate(const mesh_geometry &mesh, triangle_geometry &out)
     }
     const std::size_t corner_count = count_corners(mesh);
     out.triangle_count = static_cast<int>(corner_count / 3);
-    out.corners.allocate(corner_count);
-    out.polygons.allocate(corner_count / 3);
-    cut_polygons(mesh, out);
-
-    out.corner_points = gather(mesh.corner_points, out.corners);
-    out.uv_indices.resize(mesh.uvs.size());
-    for (std::size_t i = 0; i < mesh.uvs.size(); ++i)
-    {
-        const uv_element &element = mesh.uvs[i];
-        if (element.mapping == mapping_mode::by_corner &&
-            element.indices.count == mesh.corner_points.count)
-            out.uv_indices[i] = gather(element.indices, out.corners);
-    }
-    const normal_element &normals = mesh.normals;
-    if (normals.mapping == mapping_mode::by_corner && normals.indexed &&
-        normals.indices.count >= mesh.corner_points.count)
-        out.normal_indices = gather(normals.indices, out.corners);
+    out.corners.reset(new int[corner_count]);
+    cut_polygons(mesh, out.corners.get());
 }
 } // namespace vesk_fbx

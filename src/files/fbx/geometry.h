@@ -45,30 +45,36 @@ struct mesh_geometry
         int number; ///< among all polygons of the file
     };
 
-    number_array<FbxVector4> points;
-    number_array<int> corner_points; ///< the point of each corner, polygon after polygon
-    std::vector<polygon> polygons;   ///< empty when `all_triangles`
-    bool all_triangles = true;       ///< polygon k has the corners 3k, 3k + 1 and 3k + 2
+    std::unique_ptr<FbxVector4[]> points;
+    std::size_t point_count = 0;
+    bool all_tame = true;                 ///< every coordinate by itself: see `is_tame`
+    std::unique_ptr<int[]> corner_points; ///< the point of each corner, polygon after polygon
+    std::size_t corner_count = 0;
+    std::vector<polygon> polygons; ///< empty when `all_triangles`
+    bool all_triangles = true;     ///< polygon k has the corners 3k, 3k + 1 and 3k + 2
     normal_element normals;
     std::vector<uv_element> uvs; ///< by layer, then by kind
 
     int polygon_count() const
     {
-        return all_triangles ? static_cast<int>(corner_points.count / 3)
+        return all_triangles ? static_cast<int>(corner_count / 3)
                              : static_cast<int>(polygons.size());
     }
     int corner_point(int corner) const
     {
-        return corner_points.data.get()[corner];
+        return corner_points.get()[corner];
     }
     const FbxVector4 &corner_position(int corner) const
     {
-        return points.data.get()[corner_point(corner)];
+        return points.get()[corner_point(corner)];
     }
     polygon get_polygon(int i) const
     {
         return all_triangles ? polygon{3 * i, 3, i} : polygons[static_cast<std::size_t>(i)];
     }
+    /// The index of the polygon that a corner belongs to. Quick when it is `guess` or the one
+    /// behind.
+    int find_polygon(int corner, int guess) const;
 
     /// The normal that the file gives a corner; false when it gives none that is finite.
     bool find_normal(int corner, int polygon_number, FbxVector4 &normal) const;
@@ -76,24 +82,19 @@ struct mesh_geometry
     FbxVector4 face_normal(int polygon_index) const;
 };
 
-/// How the polygons of a mesh were cut into triangles. The arrays are empty where the mesh was
-/// `all_triangles` before: then nothing changes.
+/// How the polygons of a mesh were cut into triangles: whatever belongs to a corner of a triangle
+/// is found by the number of the polygon's corner that it was before.
 struct triangle_geometry
 {
     int triangle_count = 0;
-    number_array<int> corners;                 ///< for each corner, that of the original
-    number_array<int> corner_points;           ///< for each corner, its point
-    number_array<int> polygons;                ///< for each triangle, the index of its polygon
-    std::vector<number_array<int>> uv_indices; ///< by UV element; of those by corner alone
-    number_array<int> normal_indices;          ///< the same for normals by corner with indices
+    /// For each corner, that of the original; null if `all_triangles`.
+    std::unique_ptr<int[]> corners;
 };
 
 /// Reads the mesh below a Geometry record, or a Model record of version 6. False when its numbers
 /// are damaged. May throw std::bad_alloc.
 bool read_geometry(const document &file, const record &source, mesh_geometry &out);
 
-/// Cuts all polygons into triangles. Those of one and two corners vanish. Indices of UV elements by
-/// corner follow their corners; where there is not one for each corner, none is left.
-/// May throw std::bad_alloc.
+/// Cuts all polygons into triangles. Those of one and two corners vanish. May throw std::bad_alloc.
 void triangulate(const mesh_geometry &mesh, triangle_geometry &out);
 } // namespace vesk_fbx

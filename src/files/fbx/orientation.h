@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 // On which side of a line a point lies, without error: the one question that cutting a polygon
 // into triangles asks of the numbers.
 
@@ -18,15 +20,21 @@ inline bool operator==(const vector2 &a, const vector2 &b)
 /// The sign of `orientation(a, b, c)` from exact arithmetic; what the fast way cannot tell.
 int exact_orientation(const vector2 &a, const vector2 &b, const vector2 &c);
 
+/// A bound on the rounding of `left - right`, both products of two differences of coordinates
+/// (Shewchuk 1997, orient2d, first stage).
+inline double orientation_error(double left, double right)
+{
+    constexpr double bound = 3.3306690738754716e-16;
+    return bound * (std::fabs(left) + std::fabs(right));
+}
+
 /// Like `orientation`, but 0 also means that rounding hides the answer. Never wrong otherwise.
 inline int certain_orientation(const vector2 &a, const vector2 &b, const vector2 &c)
 {
     const double left = (a.x - c.x) * (b.y - c.y);
     const double right = (a.y - c.y) * (b.x - c.x);
     const double determinant = left - right;
-    // Forward error bound of the roundings above (Shewchuk 1997, orient2d, first stage).
-    constexpr double bound = 3.3306690738754716e-16;
-    const double error = bound * ((left < 0.0 ? -left : left) + (right < 0.0 ? -right : right));
+    const double error = orientation_error(left, right);
     return (determinant > error) - (determinant < -error);
 }
 

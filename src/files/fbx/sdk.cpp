@@ -68,7 +68,7 @@ FbxMesh::FbxMesh(FbxManager &manager, std::shared_ptr<const mesh_geometry> geome
     : FbxGeometryBase(manager)
     , m_geometry(std::move(geometry))
 {
-    m_points = m_geometry->points.data.get();
+    m_points = m_geometry->points.get();
 }
 
 FbxMesh::~FbxMesh() = default;
@@ -76,67 +76,59 @@ FbxMesh::~FbxMesh() = default;
 void FbxMesh::show_triangles(std::shared_ptr<const triangle_geometry> triangles)
 {
     m_triangles = std::move(triangles);
-    const bool cut = !m_geometry->all_triangles;
     m_polygon_count = m_triangles->triangle_count;
-    m_corner_points =
-        cut ? m_triangles->corner_points.data.get() : m_geometry->corner_points.data.get();
-
-    m_uvs.reserve(m_geometry->uvs.size());
-    for (std::size_t i = 0; i < m_geometry->uvs.size(); ++i)
-    {
-        const uv_element &element = m_geometry->uvs[i];
-        const bool follows_corners = cut && element.mapping == mapping_mode::by_corner;
-        const number_array<int> &indices =
-            follows_corners ? m_triangles->uv_indices[i] : element.indices;
-        m_uvs.emplace_back(
-            FbxLayerElementArray(indices.data.get(), indices.count),
-            FbxLayerElementArray(element.values.data.get(), element.values.count / 2));
-    }
+    m_corners = m_triangles->corners.get();
+    m_corner_points = m_geometry->corner_points.get();
+    list_uvs();
     list_normals();
+}
+
+void FbxMesh::list_uvs()
+{
+    const std::size_t corner_count = 3 * static_cast<std::size_t>(m_polygon_count);
+    m_uvs.reserve(m_geometry->uvs.size());
+    for (const uv_element &element : m_geometry->uvs)
+    {
+        FbxLayerElementArray indices(element.indices, element.indices.count, nullptr);
+        // Indices by corner follow their corners; where there is not one for each, none is left.
+        if (m_corners && element.mapping == mapping_mode::by_corner)
+            indices = element.indices.count == m_geometry->corner_count
+                          ? FbxLayerElementArray(element.indices, corner_count, m_corners)
+                          : FbxLayerElementArray();
+        m_uvs.emplace_back(indices, FbxLayerElementArray(element.values));
+    }
 }
 
 void FbxMesh::list_normals()
 {
     const normal_element &normals = m_geometry->normals;
-    const bool cut = !m_geometry->all_triangles;
-    const int *entries = nullptr;
-    if (normals.mapping == mapping_mode::by_corner && !normals.indexed)
-        entries = m_triangles->corners.data.get(); // none where nothing is cut
+    if (normals.mapping == mapping_mode::by_corner && normals.indexed)
+    {
+        if (normals.indices.count < m_geometry->corner_count)
+            return;
+        m_normal_entries = normals.indices;
+    }
     else if (normals.mapping == mapping_mode::by_point && !normals.indexed)
-        entries = m_corner_points;
-    else if (normals.mapping == mapping_mode::by_corner && cut)
-        entries = m_triangles->normal_indices.data.get();
-    else if (normals.mapping == mapping_mode::by_corner &&
-             normals.indices.count >= m_geometry->corner_points.count)
-        entries = normals.indices.data.get();
-    else
+        m_normal_entries = {reinterpret_cast<const char *>(m_corner_points),
+                            m_geometry->corner_count};
+    else if (normals.mapping != mapping_mode::by_corner)
         return;
-    if (!entries && normals.indexed)
-        return; // too few indices
-    m_normal_entries = entries;
-    m_normals = normals.directions.data.get();
-    m_normal_count = normals.directions.count / 3;
+    m_normals = vector_list(normals.directions);
 }
 
 bool FbxMesh::get_any_normal(int polygon, int corner, FbxVector4 &normal) const
 {
-    int source_corner = 3 * polygon + corner;
-    int source_polygon = polygon;
-    if (!m_geometry->all_triangles)
-    {
-        source_corner = m_triangles->corners.data.get()[source_corner];
-        source_polygon = m_triangles->polygons.data.get()[polygon];
-    }
-    const int number =
-        m_geometry->all_triangles ? polygon : m_geometry->get_polygon(source_polygon).number;
+    const int source_corner = static_cast<int>(get_source_corner(polygon, corner));
+    m_source_polygon = m_geometry->find_polygon(source_corner, m_source_polygon);
+    const int number = m_geometry->get_polygon(m_source_polygon).number;
     if (m_geometry->find_normal(source_corner, number, normal))
         return true;
 
     // The corners of a polygon come one after the other, so it is looked at once.
-    if (m_facing_polygon != source_polygon)
+    if (m_facing_polygon != m_source_polygon)
     {
-        m_facing = m_geometry->face_normal(source_polygon);
-        m_facing_polygon = source_polygon;
+        m_facing = m_geometry->face_normal(m_source_polygon);
+        m_facing_polygon = m_source_polygon;
     }
     normal = m_facing;
     return true;

@@ -113,15 +113,17 @@ class FbxLayerElementArray
 {
 public:
     FbxLayerElementArray() = default;
-    FbxLayerElementArray(const int *indices, std::size_t count)
+    /// Element i is `indices[positions[i]]`, or `indices[i]` without positions.
+    FbxLayerElementArray(const number_view<int> &indices, std::size_t count, const int *positions)
         : m_indices(indices)
+        , m_positions(positions)
         , m_count(static_cast<int>(count))
     {
     }
-    /// `count` pairs.
-    FbxLayerElementArray(const double *pairs, std::size_t count)
-        : m_pairs(pairs)
-        , m_count(static_cast<int>(count))
+    /// Pairs.
+    explicit FbxLayerElementArray(const number_view<double> &numbers)
+        : m_pairs(numbers)
+        , m_count(static_cast<int>(numbers.count / 2))
     {
     }
 
@@ -132,23 +134,24 @@ public:
     /// Copies element `i`; false, and nothing copied, when there is none of that type.
     bool GetAt(int i, int *out, EFbxType type) const
     {
-        if (type != eFbxInt || !m_indices || i < 0 || i >= m_count)
+        if (type != eFbxInt || !m_indices.bytes || i < 0 || i >= m_count)
             return false;
-        *out = m_indices[i];
+        *out = m_indices[static_cast<std::size_t>(m_positions ? m_positions[i] : i)];
         return true;
     }
     bool GetAt(int i, FbxVector2 *out, EFbxType type) const
     {
-        if (type != eFbxDouble2 || !m_pairs || i < 0 || i >= m_count)
+        if (type != eFbxDouble2 || !m_pairs.bytes || i < 0 || i >= m_count)
             return false;
-        const double *pair = m_pairs + 2 * static_cast<std::size_t>(i);
-        *out = {{pair[0], pair[1]}};
+        const std::size_t first = 2 * static_cast<std::size_t>(i);
+        *out = {{m_pairs[first], m_pairs[first + 1]}};
         return true;
     }
 
 private:
-    const int *m_indices = nullptr;
-    const double *m_pairs = nullptr;
+    number_view<int> m_indices;
+    const int *m_positions = nullptr;
+    number_view<double> m_pairs;
     int m_count = 0;
 };
 
@@ -227,16 +230,13 @@ public:
     /// The control point at a corner; no check of the arguments. Always one that exists.
     int GetPolygonVertex(int polygon, int corner) const
     {
-        return m_corner_points[3 * static_cast<std::size_t>(polygon) +
-                               static_cast<std::size_t>(corner)];
+        return m_corner_points[get_source_corner(polygon, corner)];
     }
     /// The normal of a corner as the file has it. Where it has none that is finite, the direction
     /// that the polygon faces before triangulation, zero for one without area.
     bool GetPolygonVertexNormal(int polygon, int corner, FbxVector4 &normal) const
     {
-        return get_listed_normal(3 * static_cast<std::size_t>(polygon) +
-                                     static_cast<std::size_t>(corner),
-                                 normal) ||
+        return get_listed_normal(get_source_corner(polygon, corner), normal) ||
                get_any_normal(polygon, corner, normal);
     }
 
@@ -247,33 +247,35 @@ private:
     FbxMesh(FbxManager &manager, std::shared_ptr<const mesh_geometry> geometry);
     ~FbxMesh() override;
     void show_triangles(std::shared_ptr<const triangle_geometry> triangles);
+    void list_uvs();
     void list_normals();
-    /// The common case, where a normal is one step away from the number of the corner.
-    bool get_listed_normal(std::size_t corner, FbxVector4 &normal) const
+    /// The number that a corner of a triangle had before its polygon was cut.
+    std::size_t get_source_corner(int polygon, int corner) const
     {
-        if (m_normal_count == 0)
-            return false;
-        const std::size_t entry =
-            m_normal_entries ? static_cast<std::size_t>(m_normal_entries[corner]) : corner;
-        if (entry >= m_normal_count)
-            return false;
-        const double *n = m_normals + 3 * entry;
-        if (!std::isfinite(n[0]) || !std::isfinite(n[1]) || !std::isfinite(n[2]))
-            return false;
-        normal = FbxVector4(n[0], n[1], n[2]);
-        return true;
+        const std::size_t number =
+            3 * static_cast<std::size_t>(polygon) + static_cast<std::size_t>(corner);
+        return m_corners ? static_cast<std::size_t>(m_corners[number]) : number;
+    }
+    /// The common case, where a normal is one step away from the number of the source's corner.
+    bool get_listed_normal(std::size_t source_corner, FbxVector4 &normal) const
+    {
+        const bool direct = !m_normal_entries.bytes;
+        return m_normals.get(direct ? source_corner
+                                    : static_cast<std::size_t>(m_normal_entries[source_corner]),
+                             normal);
     }
     bool get_any_normal(int polygon, int corner, FbxVector4 &normal) const;
 
     std::shared_ptr<const mesh_geometry> m_geometry;
     /// On a mesh of the scene: kept for the next node that shares it.
     std::shared_ptr<const triangle_geometry> m_triangles;
-    const int *m_corner_points = nullptr;
     int m_polygon_count = 0;
-    const double *m_normals = nullptr;     ///< three each
-    std::size_t m_normal_count = 0;        ///< 0 where there is no list
-    const int *m_normal_entries = nullptr; ///< for each corner; null: its own number
-    mutable int m_facing_polygon = -1;     ///< whose facing was asked for last
+    const int *m_corners = nullptr;       ///< of the source, for each corner; null: its own number
+    const int *m_corner_points = nullptr; ///< for each corner of the source
+    vector_list m_normals;                ///< empty where there is no list
+    number_view<int> m_normal_entries;    ///< for each corner of the source; none: its own number
+    mutable int m_source_polygon = 0;     ///< the one looked for last
+    mutable int m_facing_polygon = -1;    ///< whose facing was asked for last
     mutable FbxVector4 m_facing;
 };
 

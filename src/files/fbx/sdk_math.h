@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/fbx/number_array.h"
+
 #include <cmath>
 
 // The value types of the FBX layer's face: vectors and affine matrices of doubles.
@@ -39,6 +41,40 @@ struct FbxVector4
 
     /// Scales x, y, z to unit length. A zero vector stays as it is.
     void Normalize();
+};
+
+inline bool is_finite(double x, double y, double z)
+{
+    return std::isfinite(x) && std::isfinite(y) && std::isfinite(z);
+}
+
+/// Vectors in a list of numbers, three each.
+struct vector_list
+{
+    number_view<double> numbers;
+    std::size_t count = 0;
+
+    vector_list() = default;
+    explicit vector_list(const number_view<double> &three_each)
+        : numbers(three_each)
+        , count(three_each.count / 3)
+    {
+    }
+    /// False, and `out` as it was, where there is none or one that is not finite.
+    bool get(std::size_t i, FbxVector4 &out) const
+    {
+        if (i >= count)
+            return false;
+        const double x = numbers[3 * i], y = numbers[3 * i + 1], z = numbers[3 * i + 2];
+        if (!is_finite(x, y, z))
+            return false;
+        // One by one: a copy of the whole makes processors wait for the parts to be stored.
+        out[0] = x;
+        out[1] = y;
+        out[2] = z;
+        out[3] = 1.0;
+        return true;
+    }
 };
 
 /// An affine matrix. The rows hold the images of the axes and row 3 the translation, so a point

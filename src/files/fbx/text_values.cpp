@@ -41,7 +41,7 @@ bool announces_array(const record &r)
 template <typename T> bool read_values(const record &r, number_array<T> &out)
 {
     // Counted when the structure was read, and no more than one to two bytes of the file.
-    out.allocate(r.value_count);
+    T *const numbers = out.allocate(r.value_count);
     const char *const end = end_of(r.values);
     std::size_t count = 0;
     for (const char *p = r.values.data();;)
@@ -51,7 +51,7 @@ template <typename T> bool read_values(const record &r, number_array<T> &out)
             break;
         if (count == r.value_count)
             return false;
-        p = read_number(p, end, out.data[count]);
+        p = read_number(p, end, numbers[count]);
         if (p == nullptr || (p != end && is_word_byte(*p)))
             return false;
         ++count;

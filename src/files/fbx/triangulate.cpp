@@ -1,5 +1,7 @@
 #include "files/fbx/triangulate.h"
 
+#include "files/fbx/quadrangle.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -15,12 +17,6 @@ constexpr int run_length = 16; // corners under one leaf of the tree
 constexpr std::int64_t work_per_corner = 1000;
 constexpr std::int64_t most_work = 1000000000;
 
-double squared_distance(const vector3 &a, const vector3 &b)
-{
-    const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
-    return x * x + y * y + z * z;
-}
-
 /// The largest coordinate; a NaN or an infinity when one is among them.
 double largest_coordinate(const vector3 *corners, int corner_count)
 {
@@ -33,12 +29,6 @@ double largest_coordinate(const vector3 *corners, int corner_count)
         no_number += (p.x - p.x) + (p.y - p.y) + (p.z - p.z);
     }
     return largest + no_number;
-}
-
-/// Products of coordinates in this range neither overflow nor vanish.
-bool is_tame(double largest)
-{
-    return largest == 0.0 || (largest > 1e-60 && largest < 1e60);
 }
 
 /// Zero for what is no number, all others brought near 1 by a power of two.
@@ -76,29 +66,6 @@ vector3 area_vector(const vector3 *corners, int corner_count)
     return sum;
 }
 
-/// The coordinates seen when looking along the axis of the largest area, mirrored where needed so
-/// that the polygon runs counter-clockwise. Leaving a coordinate out rounds nothing.
-vector2 flattened(const vector3 &p, const vector3 &area)
-{
-    const double x = std::fabs(area.x), y = std::fabs(area.y), z = std::fabs(area.z);
-    vector2 result;
-    double sense = area.z;
-    if (z >= x && z >= y)
-        result = {p.x, p.y};
-    else if (y >= x)
-    {
-        result = {p.z, p.x};
-        sense = area.y;
-    }
-    else
-    {
-        result = {p.y, p.z};
-        sense = area.x;
-    }
-    if (sense < 0.0)
-        std::swap(result.x, result.y);
-    return result;
-}
 } // namespace
 
 void polygon_splitter::split(const vector3 *corners, int corner_count, int *triangles)
@@ -137,10 +104,13 @@ const vector3 *polygon_splitter::tame(const vector3 *corners, int corner_count)
 
 void polygon_splitter::project(const vector3 *corners, int corner_count)
 {
-    const vector3 area = area_vector(corners, corner_count);
+    const plane_view view(area_vector(corners, corner_count));
     m_corners.resize(corner_count);
     for (int i = 0; i < corner_count; ++i)
-        m_corners[i].position = flattened(corners[i], area);
+    {
+        const double xyz[3] = {corners[i].x, corners[i].y, corners[i].z};
+        m_corners[i].position = view.get(xyz);
+    }
 }
 
 int polygon_splitter::side(int a, int b, int c) const
@@ -150,19 +120,15 @@ int polygon_splitter::side(int a, int b, int c) const
 
 void polygon_splitter::split_quadrangle(const vector3 *corners, int *triangles)
 {
-    const vector3 area = area_vector(corners, 4);
-    vector2 p[4];
+    double xyz[4][3];
     for (int i = 0; i < 4; ++i)
-        p[i] = flattened(corners[i], area);
-    const int cut_02 = std::min(orientation(p[0], p[1], p[2]), orientation(p[0], p[2], p[3]));
-    const int cut_13 = std::min(orientation(p[1], p[2], p[3]), orientation(p[0], p[1], p[3]));
-    const bool shorter_13 =
-        squared_distance(corners[1], corners[3]) < squared_distance(corners[0], corners[2]);
-    const bool use_13 = cut_13 > cut_02 || (cut_13 == cut_02 && shorter_13);
-
-    static constexpr int along_02[6] = {0, 1, 2, 0, 2, 3};
-    static constexpr int along_13[6] = {0, 1, 3, 1, 2, 3};
-    std::copy_n(use_13 ? along_13 : along_02, 6, triangles);
+    {
+        xyz[i][0] = corners[i].x;
+        xyz[i][1] = corners[i].y;
+        xyz[i][2] = corners[i].z;
+    }
+    const quadrangle_cut &cut = cut_quadrangle({xyz[0], xyz[1], xyz[2], xyz[3]});
+    std::copy(cut.begin(), cut.end(), triangles);
 }
 
 void polygon_splitter::clip_ears(int *triangles)
