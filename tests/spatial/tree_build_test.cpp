@@ -309,6 +309,34 @@ TYPED_TEST(TreeBuild, DepthIsBoundedByTheCallerAlone)
     EXPECT_GE(mesh.get_octree_size_bytes() + mesh.get_uv_lookup_quadtree_size_bytes(), levels * 32);
 }
 
+TEST(UvLookupBuild, CornersAndRecordsFollowFromUvsRasterAndOffsets)
+{
+    owned_mesh mesh(random_soup(9, 5, 2));
+    mesh.set_uv_channel(1);
+    for (const int offset : {0, -1, 16777217}) // the last one rounds
+    {
+        ASSERT_EQ(mesh.generate_uv_lookup_quadtree(5, 7, 3, offset, -offset, nullptr, nullptr), 1);
+        EXPECT_EQ(mesh.uv_lookup_vertex_count, 15u);
+        EXPECT_EQ(mesh.uv_lookup_index_count, 35u);
+        const float moved = static_cast<float>(offset);
+        for (unsigned int word = 0; word < 35; ++word)
+        {
+            const unsigned int corner = word / 7 * 3 + word % 7;
+            const unsigned int found = mesh.uv_lookup_index_array[word];
+            if (word % 7 > 2)
+            {
+                EXPECT_EQ(found, word % 7 < 6 ? mesh.index_array[word] : word - 6);
+                continue;
+            }
+            EXPECT_EQ(found, corner);
+            const vesk_vector2 &uv = mesh.uv_array[mesh.index_array[word + 3]];
+            const vesk_vector3 expected((uv.x + moved) * 5.0f - 0.5f, 0.0f,
+                                        7.0f - (uv.y - moved) * 7.0f - 0.5f);
+            EXPECT_TRUE(same_bits(mesh.uv_lookup_vertex_array[corner], expected)) << corner;
+        }
+    }
+}
+
 TEST(TreeSharing, ABorrowedOctreeStaysAndAnEmptyPlaceRefusesToo)
 {
     owned_mesh lender(displaced_sphere(200)), borrower(displaced_sphere(200));
