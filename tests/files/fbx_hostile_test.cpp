@@ -86,30 +86,6 @@ TEST(FbxHostile, OnlyWhatIsHostileFails)
     }
 }
 
-TEST(FbxHostile, Records)
-{
-    const std::string sound = scene_with_points({0, 0, 0, 1, 0, 0, 0, 1, 0}, fbx_encoding());
-    fbx_encoding long_headers;
-    long_headers.version = 7500;
-    const std::string sound_long = scene_with_points({0, 0, 0, 1, 0, 0, 0, 1, 0}, long_headers);
-    constexpr std::size_t version = 23, first_record = 27;
-    std::vector<hostile_file> files = {
-        {"7.5 over 32-bit headers", with_word(sound, version, 7500)},
-        {"7.4 over 64-bit headers", with_word(sound_long, version, 7400)},
-        {"version 0", with_word(sound, version, 0)},
-        {"version 2^32 - 1", with_word(sound, version, 0xffffffff)},
-    };
-    // Every word of the head and of the first records makes every kind of claim.
-    for (std::size_t at = first_record; at < first_record + 120; ++at)
-        for (const std::uint32_t claim : {0u, 1u, 27u, 0x7fffffffu, 0x80000000u, 0xffffffffu})
-            files.push_back({std::to_string(at) + " claims " + std::to_string(claim),
-                             with_word(sound, at, claim)});
-    const std::size_t geometry = sound.find("Geometry");
-    for (std::size_t at = geometry - 13; at < geometry; ++at)
-        files.push_back({"geometry " + std::to_string(at), with_word(sound, at, 0xffffffff)});
-    expect_harmless(files);
-}
-
 TEST(FbxHostile, Streams)
 {
     fbx_encoding deflated;

@@ -40,34 +40,33 @@ fbx_object_name model_name(int model)
 {
     return {"Model", model == fbx_scene::root ? "Scene" : "node " + std::to_string(model)};
 }
+
+fbx_node layer_element(const std::string &kind, const std::string &array, int number,
+                       const std::string &mapping, const std::vector<double> &values,
+                       const std::vector<int> &indices)
+{
+    const std::string reference = indices.empty() ? "Direct" : "IndexToDirect";
+    fbx_node element = {"LayerElement" + kind,
+                        {number},
+                        {{"MappingInformationType", {mapping}, {}},
+                         {"ReferenceInformationType", {reference}, {}},
+                         {array, {values}, {}}}};
+    if (!indices.empty())
+        element.children.push_back({array + "Index", {indices}, {}});
+    return element;
+}
 } // namespace
 
 fbx_node fbx_normals(const std::string &mapping, const std::vector<double> &values,
                      const std::vector<int> &indices)
 {
-    const std::string reference = indices.empty() ? "Direct" : "IndexToDirect";
-    fbx_node element = {"LayerElementNormal",
-                        {0},
-                        {{"MappingInformationType", {mapping}, {}},
-                         {"ReferenceInformationType", {reference}, {}},
-                         {"Normals", {values}, {}}}};
-    if (!indices.empty())
-        element.children.push_back({"NormalsIndex", {indices}, {}});
-    return element;
+    return layer_element("Normal", "Normals", 0, mapping, values, indices);
 }
 
 fbx_node fbx_uvs(int number, const std::vector<double> &values, const std::vector<int> &indices,
                  const std::string &mapping)
 {
-    const std::string reference = indices.empty() ? "Direct" : "IndexToDirect";
-    fbx_node element = {"LayerElementUV",
-                        {number},
-                        {{"MappingInformationType", {mapping}, {}},
-                         {"ReferenceInformationType", {reference}, {}},
-                         {"UV", {values}, {}}}};
-    if (!indices.empty())
-        element.children.push_back({"UVIndex", {indices}, {}});
-    return element;
+    return layer_element("UV", "UV", number, mapping, values, indices);
 }
 
 fbx_node fbx_layer(int number, const std::vector<std::string> &kinds)
@@ -190,7 +189,8 @@ fbx_encoding fbx_text_74()
 
 int load_fbx(vesk_mesh &mesh, const std::string &bytes)
 {
-    temp_file file;
+    // Any character may be in a path.
+    const temp_file file(u8"\u00e9\u4e2d\U0001F600.fbx", L"\u00e9\u4e2d\U0001F600.fbx");
     file.set_bytes(byte_vector(bytes.begin(), bytes.end()));
     return mesh.load_from_file(file.wide());
 }

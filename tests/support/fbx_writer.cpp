@@ -91,63 +91,43 @@ private:
         put_field(0, m_base + m_out.size());
     }
 
-    void put_code(char code)
+    template <typename T> void put_value(const T &v)
     {
-        m_out += code;
+        if constexpr (std::is_same_v<T, fbx_object_name>)
+            return put_value(v.name + std::string("\0\1", 2) + v.object_class);
+        else if constexpr (std::is_arithmetic_v<T>)
+        {
+            m_out += code_of<T>;
+            put(v);
+        }
+        else if constexpr (std::is_same_v<T, std::string>)
+        {
+            m_out += 'S';
+            put(static_cast<std::uint32_t>(v.size()));
+            m_out += v;
+        }
+        else if (!has_arrays())
+        {
+            for (const auto element : v)
+                put_value(element);
+            return;
+        }
+        else
+            put_array(v);
         ++m_value_count;
     }
 
-    void put_value(int v)
+    template <typename T> void put_array(const std::vector<T> &array)
     {
-        put_code('I');
-        put(v);
-    }
-    void put_value(std::int64_t v)
-    {
-        put_code('L');
-        put(v);
-    }
-    void put_value(double v)
-    {
-        put_code('D');
-        put(v);
-    }
-    void put_value(const std::string &v)
-    {
-        put_code('S');
-        put(static_cast<std::uint32_t>(v.size()));
-        m_out += v;
-    }
-    void put_value(const fbx_object_name &v)
-    {
-        put_value(v.name + std::string("\0\1", 2) + v.object_class);
-    }
-    void put_value(const std::vector<int> &v)
-    {
-        put_array('i', v);
-    }
-    void put_value(const std::vector<double> &v)
-    {
-        put_array('d', v);
-    }
-
-    template <typename T> void put_array(char code, const std::vector<T> &array)
-    {
-        if (!has_arrays())
-        {
-            for (const T v : array)
-                put_value(v);
-            return;
-        }
         binary_writer content(m_encoding);
         for (const T v : array)
             content.put(v);
         if (m_encoding.deflated)
             content.deflate();
-        put_code(code);
-        put(static_cast<std::uint32_t>(array.size()));
-        put(static_cast<std::uint32_t>(m_encoding.deflated));
-        put(static_cast<std::uint32_t>(content.m_out.size()));
+        m_out += std::is_same_v<T, int> ? 'i' : 'd';
+        for (const std::size_t word :
+             {array.size(), std::size_t{m_encoding.deflated}, content.m_out.size()})
+            put(static_cast<std::uint32_t>(word));
         m_out += content.m_out;
     }
 
@@ -160,6 +140,10 @@ private:
         libdeflate_free_compressor(compressor);
         m_out = packed;
     }
+
+    template <typename T> static constexpr char code_of = std::is_same_v<T, int>      ? 'I'
+                                                          : std::is_same_v<T, double> ? 'D'
+                                                                                      : 'L';
 
     const fbx_encoding m_encoding;
     std::string m_out;
@@ -205,29 +189,25 @@ private:
         m_out += "\n";
     }
 
-    void put_value(int v)
+    template <typename T> void put_value(const T &v)
     {
-        m_out += std::to_string(v);
+        if constexpr (std::is_same_v<T, double>)
+        {
+            char buffer[40];
+            std::snprintf(buffer, sizeof(buffer), "%.17g", v);
+            m_out += buffer;
+        }
+        else if constexpr (std::is_arithmetic_v<T>)
+            m_out += std::to_string(v);
+        else if constexpr (std::is_same_v<T, std::string>)
+            m_out += '"' + v + '"';
+        else if constexpr (std::is_same_v<T, fbx_object_name>)
+            put_value(v.object_class + "::" + v.name);
+        else
+            put_array(v);
     }
-    void put_value(std::int64_t v)
-    {
-        m_out += std::to_string(v);
-    }
-    void put_value(double v)
-    {
-        char buffer[40];
-        std::snprintf(buffer, sizeof(buffer), "%.17g", v);
-        m_out += buffer;
-    }
-    void put_value(const std::string &v)
-    {
-        m_out += '"' + v + '"';
-    }
-    void put_value(const fbx_object_name &v)
-    {
-        put_value(v.object_class + "::" + v.name);
-    }
-    template <typename T> void put_value(const std::vector<T> &array)
+
+    template <typename T> void put_array(const std::vector<T> &array)
     {
         const bool in_block = m_encoding.version >= 7000;
         if (in_block)

@@ -39,58 +39,52 @@ std::string narrow(const wchar_t *text)
 
 AssertionResult same_mesh(const vesk_mesh &a, const vesk_mesh &b)
 {
-    if (a.vertex_count != b.vertex_count)
-        return AssertionFailure() << "vertex_count " << a.vertex_count << ", " << b.vertex_count;
-    if (!same_array(a.vertex_array, b.vertex_array, a.vertex_count))
-        return AssertionFailure() << "vertex_array";
-    if (a.index_count != b.index_count)
-        return AssertionFailure() << "index_count " << a.index_count << ", " << b.index_count;
-    if (!same_array(a.index_array, b.index_array, a.index_count))
-        return AssertionFailure() << "index_array";
-    if (a.get_cur_uv_channel() != b.get_cur_uv_channel())
-        return AssertionFailure() << "cur_uv_channel";
-    if (a.get_uv_channel_count() != b.get_uv_channel_count())
-        return AssertionFailure() << "channel count";
-    for (unsigned int channel = 0; channel < a.uv_channel_arrays.count; ++channel)
-        if (!same_channel(a, b, channel))
-            return AssertionFailure() << "channel " << channel;
-    if (a.uv_count != b.uv_count)
-        return AssertionFailure() << "uv_count " << a.uv_count << ", " << b.uv_count;
     const bool in_range = a.get_cur_uv_channel() < a.get_uv_channel_count();
-    if (!same_array(a.uv_array, b.uv_array, in_range ? a.uv_count : a.uv_array ? 1 : 0))
-        return AssertionFailure() << "uv_array";
-    if (a.subset_lookup_table.count != b.subset_lookup_table.count ||
-        !same_array(a.subset_lookup_table.data, b.subset_lookup_table.data,
-                    a.subset_lookup_table.count))
-        return AssertionFailure() << "subset_lookup_table";
-    if (a.tangent_count != b.tangent_count ||
-        !same_array(a.tangent_array, b.tangent_array, a.tangent_count))
-        return AssertionFailure() << "tangents";
-    if (!same_array(&a.bounding_box_min, &b.bounding_box_min, 1) ||
-        !same_array(&a.bounding_box_max, &b.bounding_box_max, 1))
-        return AssertionFailure() << "bounding box";
-    return AssertionSuccess();
+    const char *different = nullptr;
+    const auto compare = [&different](const char *what, bool is_same)
+    { different = different || is_same ? different : what; };
+    compare("vertices", a.vertex_count == b.vertex_count &&
+                            same_array(a.vertex_array, b.vertex_array, a.vertex_count));
+    compare("records", a.index_count == b.index_count &&
+                           same_array(a.index_array, b.index_array, a.index_count));
+    compare("current channel", a.get_cur_uv_channel() == b.get_cur_uv_channel());
+    compare("channel count", a.get_uv_channel_count() == b.get_uv_channel_count());
+    for (unsigned int channel = 0; !different && channel < a.uv_channel_arrays.count; ++channel)
+        compare("a channel", same_channel(a, b, channel));
+    compare("UVs", a.uv_count == b.uv_count && same_array(a.uv_array, b.uv_array,
+                                                          in_range     ? a.uv_count
+                                                          : a.uv_array ? 1
+                                                                       : 0));
+    compare("subsets", a.subset_lookup_table.count == b.subset_lookup_table.count &&
+                           same_array(a.subset_lookup_table.data, b.subset_lookup_table.data,
+                                      a.subset_lookup_table.count));
+    compare("tangents", a.tangent_count == b.tangent_count &&
+                            same_array(a.tangent_array, b.tangent_array, a.tangent_count));
+    compare("box", same_array(&a.bounding_box_min, &b.bounding_box_min, 1) &&
+                       same_array(&a.bounding_box_max, &b.bounding_box_max, 1));
+    return different ? AssertionFailure() << different : AssertionSuccess();
 }
 
 AssertionResult is_empty_mesh(const vesk_mesh &mesh)
 {
-    if (mesh.instance_geometry || mesh.instance_tangents || mesh.instance_uv_lookup ||
-        mesh.instance_octree)
-        return AssertionFailure() << "an instance flag is set";
-    if (mesh.vertex_array || mesh.uv_array || mesh.index_array || mesh.tangent_array ||
-        mesh.render_index_array || mesh.octree || mesh.uv_lookup_root ||
-        mesh.uv_lookup_vertex_array || mesh.uv_lookup_index_array)
-        return AssertionFailure() << "an array or a tree is left";
-    if (mesh.vertex_count || mesh.uv_count || mesh.index_count || mesh.tangent_count ||
-        mesh.cur_uv_channel || mesh.uv_lookup_width || mesh.uv_lookup_height ||
-        mesh.uv_lookup_vertex_count || mesh.uv_lookup_index_count)
-        return AssertionFailure() << "a number is not 0";
-    if (mesh.subset_lookup_table.data || mesh.uv_channel_arrays.data ||
-        mesh.uv_channel_counts.data || mesh.uv_index_arrays.data ||
-        mesh.render_color_lookup_table.data)
-        return AssertionFailure() << "a list has storage";
-    if (!mesh.bounding_box_min.is_zero() || !mesh.bounding_box_max.is_zero())
-        return AssertionFailure() << "the box is not zero";
+    const bool is_lent = mesh.instance_geometry || mesh.instance_tangents ||
+                         mesh.instance_uv_lookup || mesh.instance_octree;
+    const bool has_data = mesh.vertex_array || mesh.uv_array || mesh.index_array ||
+                          mesh.tangent_array || mesh.render_index_array || mesh.octree ||
+                          mesh.uv_lookup_root || mesh.uv_lookup_vertex_array ||
+                          mesh.uv_lookup_index_array;
+    const bool has_number = mesh.vertex_count || mesh.uv_count || mesh.index_count ||
+                            mesh.tangent_count || mesh.cur_uv_channel || mesh.uv_lookup_width ||
+                            mesh.uv_lookup_height || mesh.uv_lookup_vertex_count ||
+                            mesh.uv_lookup_index_count;
+    const bool has_list = mesh.subset_lookup_table.data || mesh.uv_channel_arrays.data ||
+                          mesh.uv_channel_counts.data || mesh.uv_index_arrays.data ||
+                          mesh.render_color_lookup_table.data;
+    const bool has_box = !mesh.bounding_box_min.is_zero() || !mesh.bounding_box_max.is_zero();
+    if (is_lent || has_data || has_number || has_list || has_box)
+        return AssertionFailure() << "flags " << is_lent << ", arrays or trees " << has_data
+                                  << ", numbers " << has_number << ", lists " << has_list
+                                  << ", box " << has_box;
     return AssertionSuccess();
 }
 
