@@ -75,21 +75,6 @@ void expect_common_fields(const vesk_mesh &mesh)
 }
 } // namespace
 
-TEST(MeshFile, OneTriangleTakes212Bytes)
-{
-    const byte_vector bytes = current_file(1, 0, 0);
-    EXPECT_EQ(bytes.size(), 212u);
-    vesk_mesh mesh;
-    ASSERT_EQ(load(mesh, bytes), 1);
-    expect_common_fields(mesh);
-    EXPECT_EQ(mesh.uv_count, 3u);
-    EXPECT_BITS(mesh.uv_array[2].y, uv_words + 5);
-    EXPECT_EQ(mesh.index_array[5], uv_index_words + 2);
-    EXPECT_EQ(mesh.tangent_array, nullptr);
-    EXPECT_EQ(saved(mesh, 0), bytes);
-    mesh.free();
-}
-
 TEST(MeshFile, EveryVersionHasItsLayout)
 {
     struct row

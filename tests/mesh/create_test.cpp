@@ -118,36 +118,3 @@ TEST(MeshDeepCopy, EqualsItsSourceAndSharesNothing)
         EXPECT_TRUE(same_mesh(copy, expected)); // reads the copy alone: the source is gone
     }
 }
-
-TEST(MeshDeepCopy, OfItselfIsAnEmptyMesh)
-{
-    owned_mesh mesh(grid(2, 2, 2));
-    EXPECT_EQ(mesh.create(mesh), 1);
-    EXPECT_EQ(mesh.vertex_count + mesh.index_count + mesh.uv_count, 0u);
-    EXPECT_EQ(mesh.get_uv_channel_count(), 0u);
-    EXPECT_EQ(mesh.is_valid(), 0);
-    EXPECT_TRUE(has_message(mesh, nullptr));
-}
-
-TEST(MeshFieldCopy, SharesArraysAndHasListsOfItsOwn)
-{
-    owned_mesh mesh(grid(2, 2, 2));
-    mesh.set_uv_channel(1);
-    const vesk_mesh copy(mesh);
-    vesk_mesh assigned;
-    assigned.add_subset_lookup_table_entry(7, 7);
-    assigned = mesh;
-    for (const vesk_mesh *shallow : {&copy, const_cast<const vesk_mesh *>(&assigned)})
-    {
-        EXPECT_EQ(shallow->vertex_array, mesh.vertex_array);
-        EXPECT_EQ(shallow->index_array, mesh.index_array);
-        EXPECT_EQ(shallow->uv_array, mesh.uv_array);
-        EXPECT_EQ(shallow->uv_index_arrays[1], mesh.uv_index_arrays[1]);
-        EXPECT_NE(shallow->uv_index_arrays.data, mesh.uv_index_arrays.data);
-        EXPECT_NE(shallow->subset_lookup_table.data, mesh.subset_lookup_table.data);
-        EXPECT_TRUE(same_mesh(*shallow, mesh));
-    }
-    vesk_mesh &itself = assigned;
-    assigned = itself;
-    EXPECT_TRUE(same_mesh(assigned, mesh));
-}

@@ -3,26 +3,17 @@
 
 #include <limits>
 
-TEST(MeshLifecycle, ANewMeshIsEmptyAndFreeCanBeRepeated)
+TEST(MeshLifecycle, ANewMeshIsEmptyFreeCanBeRepeatedAndSubsetsArePairs)
 {
     vesk_mesh mesh;
-    EXPECT_TRUE(is_empty_mesh(mesh));
-    EXPECT_EQ(mesh.get_error_stack()->count, 0u);
-    mesh.free();
-    mesh.free();
-    EXPECT_TRUE(is_empty_mesh(mesh));
-}
-
-TEST(MeshLifecycle, SubsetsArePairs)
-{
-    vesk_mesh mesh;
+    EXPECT_TRUE(is_empty_mesh(mesh) && has_message(mesh, nullptr));
     mesh.add_subset_lookup_table_entry(0, 2);
-    EXPECT_EQ(mesh.get_subset_count(), 1u);
     EXPECT_EQ((*mesh.get_subset_lookup_table())[1], 2u);
     mesh.subset_lookup_table.push_back(14);
     EXPECT_EQ(mesh.get_subset_count(), 1u);
-    mesh.clear_subset_lookup_table();
-    EXPECT_EQ(mesh.get_subset_count(), 0u);
+    mesh.free();
+    mesh.free();
+    EXPECT_TRUE(is_empty_mesh(mesh));
 }
 
 TEST(MeshBoundingBox, IgnoresNanAndHoldsNoPointWithoutVertices)

@@ -26,21 +26,3 @@ TEST(UvChannels, EachKeepsItsOwnIndexes)
     }
     EXPECT_TRUE(same_mesh(mesh, untouched));
 }
-
-TEST(UvChannels, SwitchWithoutTrianglesOrChannels)
-{
-    owned_mesh mesh;
-    mesh.set_uv_channel(3);
-    EXPECT_EQ(mesh.get_cur_uv_channel(), 3u);
-    EXPECT_EQ(mesh.get_uv_count(), 0u);
-    ASSERT_NE(mesh.get_uv_array(), nullptr);
-    EXPECT_TRUE(mesh.get_uv_array()->is_zero());
-
-    mesh_source source = grid(1, 1, 2);
-    source.indices.clear();
-    source.subsets.clear();
-    ASSERT_EQ(source.fill(mesh), 1);
-    mesh.set_uv_channel(1);
-    EXPECT_EQ(mesh.get_uv_count(), 5u);
-    EXPECT_EQ(mesh.get_uv_array(), mesh.uv_channel_arrays[1]);
-}
