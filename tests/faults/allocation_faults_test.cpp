@@ -354,10 +354,10 @@ TEST(AllocationFaults, FbxImport)
         load.told = {L"Failed to initialize FBX importer.", // the reader below the import
                      L"Failed to import FBX. Import(fbx_scene) failed.",
                      L"Failed to triangulate fbx_mesh.",
+                     create_indices,
                      L"Memory Allocation Error: Failed to allocate mesh uv array.",
                      L"Memory Allocation Error: Failed to allocate mesh uv index array.",
-                     create_vertices,
-                     create_indices};
+                     create_vertices};
         load.run = [&file](vesk_mesh &mesh) { return mesh.load_from_file(file.wide()); };
         load.may_throw = true;
         fail_each(load);
