@@ -142,7 +142,7 @@ void cut_common_polygon(const mesh_geometry &mesh, int first_corner, int *corner
     const double *positions[4];
     for (int k = 0; k < 4; ++k)
         positions[k] = mesh.corner_position(first_corner + k).mData;
-    const quadrangle_cut cut = cut_quadrangle(positions);
+    const quadrangle_cut &cut = cut_quadrangle(positions);
     for (int i = 0; i < 6; ++i)
         corners[i] = first_corner + cut[i];
 }

@@ -3,7 +3,6 @@
 #include "files/fbx/orientation.h"
 #include "files/fbx/transform.h"
 
-#include <array>
 #include <cmath>
 #include <utility>
 
@@ -41,7 +40,7 @@ struct plane_view
 };
 
 /// The corners of the two triangles.
-using quadrangle_cut = std::array<int, 6>;
+using quadrangle_cut = int[6];
 
 /// Cuts a quadrangle along the only diagonal that lies inside, or else the shorter one. Each corner
 /// points at its x, y and z.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace vesk_fbx
@@ -128,7 +129,7 @@ void polygon_splitter::split_quadrangle(const vector3 *corners, int *triangles)
         xyz[i][2] = corners[i].z;
     }
     const quadrangle_cut &cut = cut_quadrangle({xyz[0], xyz[1], xyz[2], xyz[3]});
-    std::copy(cut.begin(), cut.end(), triangles);
+    std::copy(std::begin(cut), std::end(cut), triangles);
 }
 
 void polygon_splitter::clip_ears(int *triangles)
