@@ -182,7 +182,7 @@ VESK_API vesk_matrix44 vesk_matrix44_rotate(unsigned int axis, float radians);
 /// Writes to `out` the rotation about `axis`, which is of unit length and not normalised here.
 ///
 /// Right-handed as `vesk_matrix33 * vesk_vector3`: the transpose of the layout of
-/// `vesk_matrix33_rotate`.
+/// `vesk_matrix33_rotate`. `axis` may be a row of `out`.
 VESK_API void vesk_matrix33_rotate_on_arbitrary_axis(const vesk_vector3 &axis, float radians,
                                                      vesk_matrix33 &out);
 /// As `vesk_matrix33_rotate_on_arbitrary_axis` for an axis in the XZ plane: `axis.y` is not read.

@@ -91,7 +91,8 @@ public:
     vesk_mesh();
 
     /// Field copy: both objects refer to the same arrays afterwards, and only one of them may run
-    /// `free` or refill. Lists get storage of their own. For an independent mesh use
+    /// `free` or refill. Lists get storage of their own; when memory is short for one, it is empty
+    /// in the copy, the three lists of channels all together. For an independent mesh use
     /// `create(other)`.
     vesk_mesh(const vesk_mesh &other);
 
@@ -156,8 +157,9 @@ public:
 
     /// A deep copy of geometry, channels, current channel, subsets, tangents and box, owned
     /// whatever `other` borrowed: an instance gives a mesh without channels. Render index, trees
-    /// and messages are not copied. A mesh that is copied to itself loses everything, with a
-    /// result of 1.
+    /// and messages are not copied. When the current channel is out of range, `uv_count` is 0 in
+    /// the copy whatever `other` kept there. A mesh that is copied to itself loses everything,
+    /// with a result of 1.
     ///
     /// @return 1, or 0 with an empty mesh and one of the messages of the other forms, or
     ///   - "Memory Allocation Error: Failed to allocate mesh tangent array."
@@ -212,8 +214,9 @@ public:
     /// @{
 
     /// Fills the mesh with borrowed geometry; begins from an empty mesh like every filling. The
-    /// subset table is copied and the box computed. While it lasts, transforms, normal
-    /// generation and `set_uv_channel` do nothing.
+    /// subset table is copied (it stays empty, without a message, when memory is short) and the
+    /// box computed. While it lasts, transforms, normal generation and `set_uv_channel` do
+    /// nothing.
     void set_instance_geometry(const vesk_3d_vertex_s *vertices, const vesk_vector2 *uvs,
                                const unsigned int *indices, unsigned int new_vertex_count,
                                unsigned int new_uv_count, unsigned int new_index_count,
@@ -288,7 +291,7 @@ public:
     void clear_subset_lookup_table();
 
     /// Appends a subset: the word offset of its first record (a multiple of 7), and its number of
-    /// triangles. Not checked against `index_count`.
+    /// triangles. Not checked against `index_count`. When memory is short nothing is appended.
     void add_subset_lookup_table_entry(unsigned int first_index, unsigned int triangle_count);
 
     /// @}
@@ -351,7 +354,9 @@ public:
     void center_and_enforce_size(float size, vesk_vector3 *offset, float *scale);
 
     /// Turns positions and normals about X, then Y, then Z by `angles` in radians, right-handed.
-    /// Generates tangents anew and computes the box. All three angles zero: nothing happens.
+    /// Generates tangents anew and computes the box. When memory for the tangents is short, the
+    /// mesh has none and the message of `generate_tangents` is pushed. All three angles zero:
+    /// nothing happens.
     void rotate(const vesk_vector3 &angles);
 
     /// @}

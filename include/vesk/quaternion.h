@@ -69,9 +69,10 @@ public:
     /// With d the normalised direction it is (`d.y`, `-d.x`, 0, `d.z + 1`) made of unit length, so
     /// that `vesk_vector3(0, 0, 1) * matrix` is d for the matrix of `to_matrix`. The direction
     /// opposite to Z gives half a turn about Y, (0, 1, 0, 0); a zero direction, or one whose
-    /// length is NaN, gives the identity. The rounding of `d.z + 1` leaves an error that grows
-    /// towards the opposite direction: below 5e-6 radians as far as 0.03 radians from it, up to
-    /// 5e-4 closer by. One that misses it by less than about 1e-22 is not made of unit length.
+    /// length is NaN or overflows, gives the identity. The rounding of `d.z + 1` leaves an error
+    /// that grows towards the opposite direction: below 5e-6 radians as far as 0.03 radians from
+    /// it, up to 5e-4 closer by. One that misses it by less than about 1e-22 is not made of unit
+    /// length.
     void aim_z_axis(const vesk_vector3 &direction);
     /// `aim_z_axis(to - from)`.
     void aim_z_axis(const vesk_vector3 &from, const vesk_vector3 &to);

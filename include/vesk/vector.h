@@ -82,7 +82,8 @@ public:
     /// 1 when each component compares equal to 0.0f, -0.0f included; else 0.
     int is_zero() const;
     /// Divides by the length in place. When the length is not above 0.0f, NaN included, the
-    /// result is the zero vector; squares that underflow count as no length.
+    /// result is the zero vector. Squares that underflow count as no length, and those that
+    /// overflow give zeros too: a finite component divided by infinity.
     vesk_vector2 &normalize();
 
     /// Angle from the positive x axis towards the positive y axis, in radians from 0 to 2 pi;
@@ -154,7 +155,8 @@ public:
     /// 1 when each component compares equal to 0.0f, -0.0f included; else 0.
     int is_zero() const;
     /// Divides by the length in place. When the length is not above 0.0f, NaN included, the
-    /// result is the zero vector; squares that underflow count as no length.
+    /// result is the zero vector. Squares that underflow count as no length, and those that
+    /// overflow give zeros too: a finite component divided by infinity.
     vesk_vector3 &normalize();
 };
 
@@ -218,7 +220,8 @@ public:
     /// 1 when each component compares equal to 0.0f, -0.0f included; else 0.
     int is_zero() const;
     /// Scales to length 1 in place, by one reciprocal of the length. When the length is not
-    /// above 0.0f, NaN included, each component is multiplied by 0.0f.
+    /// above 0.0f, NaN included, each component is multiplied by 0.0f, and so it is when squares
+    /// overflow.
     vesk_vector4 &normalize();
 };
 
@@ -328,7 +331,7 @@ VESK_KIT vesk_vector3 vesk_triangle_normal(const vesk_vector3 &p0, const vesk_ve
                                            const vesk_vector3 &p2);
 /// Turns `point` about the line through the origin along `axis` by `angle` radians,
 /// right-handed, and ADDS the result to `out`: pass a zero vector for the rotated point alone.
-/// `axis` need not be of unit length.
+/// `axis` need not be of unit length. `out` may be `point` or `axis`.
 VESK_API void vesk_rotate_point_around_axis(const vesk_vector3 &point, const vesk_vector3 &axis,
                                             float angle, vesk_vector3 &out);
 

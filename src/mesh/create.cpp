@@ -227,6 +227,16 @@ vesk_mesh &vesk_mesh::operator=(const vesk_mesh &other)
     uv_channel_arrays = other.uv_channel_arrays;
     uv_channel_counts = other.uv_channel_counts;
     uv_index_arrays = other.uv_index_arrays;
+    // When memory was short for one of the three, it is empty, and a channel that the others still
+    // name would be read from its null.
+    if (uv_channel_arrays.count != other.uv_channel_arrays.count ||
+        uv_channel_counts.count != other.uv_channel_counts.count ||
+        uv_index_arrays.count != other.uv_index_arrays.count)
+    {
+        uv_channel_arrays.clear();
+        uv_channel_counts.clear();
+        uv_index_arrays.clear();
+    }
 
     cur_uv_channel = other.cur_uv_channel;
     vertex_count = other.vertex_count;

@@ -535,15 +535,21 @@ TEST(AllocationFaults, ListsAndFieldCopies)
         const vesk_mesh constructed(mesh);
         vesk_mesh assigned;
         assigned = mesh;
+        allocation_failed(); // from here on all of them work
         EXPECT_TRUE(constructed.vertex_array == mesh.vertex_array &&
                     assigned.vertex_array == mesh.vertex_array);
         bool is_whole = true;
         for (const vesk_mesh *copy : {&constructed, const_cast<const vesk_mesh *>(&assigned)})
+        {
+            // A channel that one list names and another does not would be read from a null.
+            EXPECT_EQ(copy->uv_channel_counts.count, copy->uv_channel_arrays.count);
+            EXPECT_EQ(copy->uv_index_arrays.count, copy->uv_channel_arrays.count);
             is_whole = is_whole && copy->subset_lookup_table.count == 6 &&
                        copy->uv_channel_arrays.count == 2 && copy->uv_channel_counts.count == 2 &&
                        copy->uv_index_arrays.count == 2 &&
                        copy->render_color_lookup_table.count == 3 &&
                        copy->render_color_lookup_table[0].runs.count > 0;
+        }
         return int(is_whole);
     };
     fail_each(copies);
