@@ -21,6 +21,9 @@
 namespace
 {
 #include "spatial/lanes8.h"
+// In this order.
+#include "spatial/octree_boxes.inl"
+#include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"
 #include "spatial/tree_walk.h"
 } // namespace

@@ -10,6 +10,9 @@
 namespace
 {
 #include "spatial/lanes8.h"
+// In this order.
+#include "spatial/octree_boxes.inl"
+#include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"
 } // namespace
 
