@@ -11,11 +11,10 @@ struct octree_kind
     using node = vesk_octree_node_s;
     using box = vesk_octree_aa_bounding_box_s;
     static constexpr unsigned int child_count = 8;
-    static constexpr bool is_flat = false;
+    using corner_source = vesk_mesh_corners;
 
-    const vesk_3d_vertex_s *vertices;
+    corner_source corners;
     vesk_octree_triangle_s *records;
-    bool all_tame;
 
     static box &box_of(node &of)
     {
@@ -35,7 +34,12 @@ struct octree_kind
         const vesk_float4 high_min = low_min + half;
         const vesk_float4 low_half = (high_min - low_min) * 0.5f;
         const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
-        return vesk_octant_boxes(low_min + low_half, low_half, high_min + high_half, high_half);
+        return {low_min + low_half, low_half, high_min + high_half, high_half};
+    }
+
+    static void lay_grid(const box &space, unsigned int levels, vesk_triangle_grid &grid)
+    {
+        grid.lay(lanes_of(space.min), lanes_of(space.max), vesk_mask4{-1, -1, -1, 0}, levels);
     }
 
     static bool is_tame(const box &space)
@@ -54,17 +58,19 @@ struct octree_kind
         // The fourth lane is the normal's first component.
         static_assert(sizeof(vesk_3d_vertex_s) >= sizeof(vesk_float4), "four floats are read");
         const unsigned int *corner = records[triangle].vertex_indices;
-        return {vesk_load4(vertices + corner[0]), vesk_load4(vertices + corner[1]),
-                vesk_load4(vertices + corner[2])};
+        return {vesk_load4(corners.vertices + corner[0]), vesk_load4(corners.vertices + corner[1]),
+                vesk_load4(corners.vertices + corner[2])};
     }
 
     bool overlaps(std::uint32_t triangle, const box &space) const
     {
         const vesk_vector3 half = (space.max - space.min) * 0.5f;
         const unsigned int *corner = records[triangle].vertex_indices;
-        const vesk_vector3 corners[3] = {vertices[corner[0]].position, vertices[corner[1]].position,
-                                         vertices[corner[2]].position};
-        return vesk_triangle_box_overlap(space.min + half, half, corners);
+        const vesk_3d_vertex_s *vertices = corners.vertices;
+        const vesk_vector3 triangle_corners[3] = {vertices[corner[0]].position,
+                                                  vertices[corner[1]].position,
+                                                  vertices[corner[2]].position};
+        return vesk_triangle_box_overlap(space.min + half, half, triangle_corners);
     }
 
 private:
@@ -86,11 +92,8 @@ vesk_octree_aa_bounding_box_s root_box(const vesk_mesh &mesh)
 
 octree_kind kind_of(const vesk_mesh &mesh)
 {
-    octree_kind kind = {mesh.vertex_array,
-                        reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array), true};
-    for (unsigned int v = 0; v < mesh.vertex_count; ++v)
-        kind.all_tame &= vesk_is_tame(mesh.vertex_array[v].position);
-    return kind;
+    auto *records = reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array);
+    return {{mesh.vertex_array, records}, records};
 }
 } // namespace
 

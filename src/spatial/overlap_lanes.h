@@ -4,8 +4,9 @@
 
 /// @file
 /// The test of pairs, written once for any number of lanes. `Lanes` gives the vector types `value`
-/// and `mask`, their `count`, `bits_of` a mask, and `transpose`. It is a type of the one source
-/// that uses it, so that code for a particular processor stays in there.
+/// and `mask`, their `count`, `bits_of` a mask, `broadcast`, the lanes' `octants_of` pairs and
+/// `load_columns`. It is a type of the one source that uses it, so that code for a particular
+/// processor stays in there: nothing below is shared between sources.
 
 template <typename Lanes> struct vesk_lane_vector
 {
@@ -51,8 +52,9 @@ typename Lanes::mask vesk_lanes_edge_axis_separates(const vesk_lane_vector<Lanes
     const value radius = size.at[l] * half.at[k] + size.at[k] * half.at[l];
     const value along_p = edge.at[l] * p.at[k] - edge.at[k] * p.at[l];
     const value along_q = edge.at[l] * q.at[k] - edge.at[k] * q.at[l];
-    return (vesk_lanes_least(along_p, along_q) > radius) |
-           (vesk_lanes_greatest(along_p, along_q) < -radius);
+    // Both on one side of the box: the least above the radius, or the greatest below minus that.
+    return vesk_lanes_greatest(vesk_lanes_least(along_p, along_q),
+                               -vesk_lanes_greatest(along_p, along_q)) > radius;
 }
 
 // The plane, as the plain test has it: without NaN the near and the far corner's products are the
@@ -76,17 +78,82 @@ vesk_lanes_plane_misses(const vesk_lane_vector<Lanes> &e0, const vesk_lane_vecto
     return (low[0] + low[1] + low[2] > zero) | (high[0] + high[1] + high[2] < zero);
 }
 
-// The rows from `row` on. A flat triangle has no edge axis but along y: the other projections and
-// their radius are zero, and its plane runs through the middle of the box.
-template <typename Lanes, bool is_flat>
-unsigned int vesk_test_overlap_rows(const vesk_overlap_pair *row)
+// Of each lane's triangle, what its corners are found by.
+template <typename Lanes>
+const void *vesk_lanes_triangle(const vesk_mesh_corners &from, std::uint32_t triangle)
+{
+    return from.records + triangle;
+}
+
+template <typename Lanes>
+const void *vesk_lanes_triangle(const vesk_raster_corners &from, std::uint32_t triangle)
+{
+    return from.corners + std::size_t{triangle} * 3;
+}
+
+template <typename Lanes>
+const void *vesk_lanes_corner(const vesk_mesh_corners &from, const void *triangle, unsigned int c)
+{
+    return from.vertices + static_cast<const vesk_octree_triangle_s *>(triangle)->vertex_indices[c];
+}
+
+template <typename Lanes>
+const void *vesk_lanes_corner(const vesk_raster_corners &, const void *triangle, unsigned int c)
+{
+    return static_cast<const vesk_vector3 *>(triangle) + c;
+}
+
+// A corner of each lane's triangle, in the frame of the lane's box.
+template <typename Lanes, typename Corners> vesk_lane_vector<Lanes>
+vesk_lanes_moved_corner(const Corners &from, const void *const (&triangles)[Lanes::count],
+                        unsigned int c, const vesk_lane_vector<Lanes> &centre)
+{
+    const void *rows[Lanes::count];
+    for (unsigned int lane = 0; lane < Lanes::count; ++lane)
+        rows[lane] = vesk_lanes_corner<Lanes>(from, triangles[lane], c);
+    vesk_lane_vector<Lanes> corner;
+    Lanes::load_columns(rows, corner.at);
+    return vesk_lanes_difference(corner, centre);
+}
+
+// On each axis, the low or the high one of two values, as the lanes' octants have it.
+template <typename Lanes> vesk_lane_vector<Lanes>
+vesk_lanes_of_octants(const typename Lanes::mask &octants, vesk_float4 low, vesk_float4 high)
+{
+    constexpr int axis_bits[3] = {0, 2, 1};
+    vesk_lane_vector<Lanes> chosen;
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        const typename Lanes::mask is_high = -(octants >> axis_bits[axis] & 1);
+        chosen.at[axis] = is_high ? Lanes::broadcast(high[axis]) : Lanes::broadcast(low[axis]);
+    }
+    return chosen;
+}
+
+// The pairs from `pairs` on, one a lane. A flat triangle has no edge axis but along y: the other
+// projections and their radius are zero, and its plane runs through the middle of the box.
+template <typename Lanes, typename Corners> __attribute__((always_inline)) inline unsigned int
+vesk_test_overlap_lanes(const vesk_overlap_subject<Corners> &subject,
+                        const vesk_overlap_pair *pairs)
 {
     constexpr unsigned x = 0, y = 1, z = 2;
-    vesk_lane_vector<Lanes> a, b, c, half;
-    Lanes::transpose(&row->a, a.at);
-    Lanes::transpose(&row->b, b.at);
-    Lanes::transpose(&row->c, c.at);
-    Lanes::transpose(&row->half, half.at);
+    const typename Lanes::mask octants = Lanes::octants_of(pairs);
+    const vesk_octant_boxes &boxes = *subject.octants;
+    const vesk_lane_vector<Lanes> centre = vesk_lanes_of_octants<Lanes>(octants, boxes.low_centre,
+                                                                        boxes.high_centre),
+                                  half = vesk_lanes_of_octants<Lanes>(octants, boxes.low_half,
+                                                                      boxes.high_half);
+
+    const void *triangles[Lanes::count];
+    for (unsigned int lane = 0; lane < Lanes::count; ++lane)
+        triangles[lane] =
+            vesk_lanes_triangle<Lanes>(subject.corners, subject.triangles[pairs[lane] >> 3]);
+    const vesk_lane_vector<Lanes> a = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 0,
+                                                                     centre),
+                                  b = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 1,
+                                                                     centre),
+                                  c = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 2,
+                                                                     centre);
     const vesk_lane_vector<Lanes> e0 = vesk_lanes_difference(b, a),
                                   e1 = vesk_lanes_difference(c, b),
                                   e2 = vesk_lanes_difference(a, c);
@@ -96,7 +163,7 @@ unsigned int vesk_test_overlap_rows(const vesk_overlap_pair *row)
     typename Lanes::mask missed = vesk_lanes_edge_axis_separates<z, x>(e0, f0, half, a, c) |
                                   vesk_lanes_edge_axis_separates<z, x>(e1, f1, half, a, c) |
                                   vesk_lanes_edge_axis_separates<z, x>(e2, f2, half, a, b);
-    if (!is_flat)
+    if (!Corners::is_flat)
     {
         missed |= vesk_lanes_edge_axis_separates<y, z>(e0, f0, half, a, c);
         missed |= vesk_lanes_edge_axis_separates<y, z>(e1, f1, half, a, c);
@@ -106,14 +173,15 @@ unsigned int vesk_test_overlap_rows(const vesk_overlap_pair *row)
         missed |= vesk_lanes_edge_axis_separates<x, y>(e2, f2, half, b, c);
         missed |= vesk_lanes_plane_misses(e0, e1, a, half);
     }
-    return ~Lanes::bits_of(missed) & ((1u << Lanes::count) - 1);
+    return Lanes::bits_of(missed);
 }
 
-template <typename Lanes, bool is_flat>
-std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_pair *pairs, unsigned int count)
+template <typename Lanes, typename Corners>
+std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_subject<Corners> &subject,
+                                      const vesk_overlap_pair *pairs, unsigned int count)
 {
-    std::uint64_t hits = 0;
+    std::uint64_t missed = 0;
     for (unsigned int i = 0; i < count; i += Lanes::count)
-        hits |= std::uint64_t{vesk_test_overlap_rows<Lanes, is_flat>(pairs + i)} << i;
-    return hits;
+        missed |= std::uint64_t{vesk_test_overlap_lanes<Lanes>(subject, pairs + i)} << i;
+    return missed;
 }

@@ -16,32 +16,41 @@ struct four_lanes
         return vesk_lane_bits(m);
     }
 
-    // The first three columns of four rows, `stride` floats apart.
-    static void transpose(const vesk_float4 *rows, value *columns)
+    static value broadcast(float from)
     {
-        constexpr unsigned int stride = sizeof(vesk_overlap_pair) / sizeof(vesk_float4);
-        const vesk_columns4 xyz =
-            vesk_columns_of(rows[0], rows[stride], rows[2 * stride], rows[3 * stride]);
+        return vesk_splat4(from);
+    }
+
+    static mask octants_of(const vesk_overlap_pair *pairs)
+    {
+        return mask{pairs[0] & 7, pairs[1] & 7, pairs[2] & 7, pairs[3] & 7};
+    }
+
+    // The first three columns.
+    static void load_columns(const void *const (&rows)[count], value (&columns)[3])
+    {
+        const vesk_columns4 xyz = vesk_columns_of(vesk_load4(rows[0]), vesk_load4(rows[1]),
+                                                  vesk_load4(rows[2]), vesk_load4(rows[3]));
         columns[0] = xyz.x;
         columns[1] = xyz.y;
         columns[2] = xyz.z;
     }
 };
 
-std::uint64_t test_by_four(const vesk_overlap_pair *pairs, unsigned int count)
+template <typename Corners> vesk_overlap_test<Corners> pick_test()
 {
-    return vesk_test_overlap_pairs<four_lanes, false>(pairs, count);
-}
-
-std::uint64_t test_flat_by_four(const vesk_overlap_pair *pairs, unsigned int count)
-{
-    return vesk_test_overlap_pairs<four_lanes, true>(pairs, count);
+    if (const vesk_overlap_test<Corners> by_eight = vesk_pick_overlap_test_avx2<Corners>())
+        return by_eight;
+    return vesk_test_overlap_pairs<four_lanes, Corners>;
 }
 } // namespace
 
-vesk_overlap_test vesk_pick_overlap_test(bool is_flat)
+template <> vesk_overlap_test<vesk_mesh_corners> vesk_pick_overlap_test()
 {
-    if (vesk_overlap_test by_eight = vesk_pick_overlap_test_avx2(is_flat))
-        return by_eight;
-    return is_flat ? test_flat_by_four : test_by_four;
+    return pick_test<vesk_mesh_corners>();
+}
+
+template <> vesk_overlap_test<vesk_raster_corners> vesk_pick_overlap_test()
+{
+    return pick_test<vesk_raster_corners>();
 }

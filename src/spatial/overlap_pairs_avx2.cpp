@@ -21,13 +21,25 @@ struct eight_lanes
         return static_cast<unsigned int>(_mm256_movemask_ps(reinterpret_cast<const __m256 &>(m)));
     }
 
-    static void transpose(const vesk_float4 *rows, value *columns)
+    static value broadcast(float from)
     {
-        constexpr unsigned int stride = sizeof(vesk_overlap_pair) / sizeof(vesk_float4);
+        return _mm256_set1_ps(from);
+    }
+
+    static mask octants_of(const vesk_overlap_pair *pairs)
+    {
+        const __m128i packed = _mm_loadu_si128(reinterpret_cast<const __m128i *>(pairs));
+        return reinterpret_cast<mask>(_mm256_cvtepu16_epi32(packed)) & 7;
+    }
+
+    // The first three columns.
+    static void load_columns(const void *const (&rows)[count], value (&columns)[3])
+    {
         __m256 pair[4];
         for (unsigned int i = 0; i < 4; ++i)
-            pair[i] = _mm256_insertf128_ps(_mm256_castps128_ps256(rows[i * stride]),
-                                           rows[(i + 4) * stride], 1);
+            pair[i] = _mm256_insertf128_ps(
+                _mm256_castps128_ps256(_mm_loadu_ps(static_cast<const float *>(rows[i]))),
+                _mm_loadu_ps(static_cast<const float *>(rows[i + 4])), 1);
         const __m256 ab_low = _mm256_unpacklo_ps(pair[0], pair[1]);
         const __m256 cd_low = _mm256_unpacklo_ps(pair[2], pair[3]);
         const __m256 ab_high = _mm256_unpackhi_ps(pair[0], pair[1]);
@@ -38,29 +50,30 @@ struct eight_lanes
     }
 };
 
-std::uint64_t test_by_eight(const vesk_overlap_pair *pairs, unsigned int count)
+template <typename Corners> vesk_overlap_test<Corners> pick_test()
 {
-    return vesk_test_overlap_pairs<eight_lanes, false>(pairs, count);
-}
-
-std::uint64_t test_flat_by_eight(const vesk_overlap_pair *pairs, unsigned int count)
-{
-    return vesk_test_overlap_pairs<eight_lanes, true>(pairs, count);
+    return __builtin_cpu_supports("avx2") ? vesk_test_overlap_pairs<eight_lanes, Corners> : nullptr;
 }
 } // namespace
 
-vesk_overlap_test vesk_pick_overlap_test_avx2(bool is_flat)
-{
-    if (!__builtin_cpu_supports("avx2"))
-        return nullptr;
-    return is_flat ? test_flat_by_eight : test_by_eight;
-}
-
 #else
 
-vesk_overlap_test vesk_pick_overlap_test_avx2(bool)
+namespace
+{
+template <typename Corners> vesk_overlap_test<Corners> pick_test()
 {
     return nullptr;
 }
+} // namespace
 
 #endif
+
+template <> vesk_overlap_test<vesk_mesh_corners> vesk_pick_overlap_test_avx2()
+{
+    return pick_test<vesk_mesh_corners>();
+}
+
+template <> vesk_overlap_test<vesk_raster_corners> vesk_pick_overlap_test_avx2()
+{
+    return pick_test<vesk_raster_corners>();
+}

@@ -1,5 +1,7 @@
 #include "spatial/subset_gather.h"
 
+#include "spatial/child_lists.h"
+
 #include <algorithm>
 
 namespace
@@ -47,9 +49,10 @@ vesk_triangle_numbers vesk_gather_triangles(std::uint32_t triangle_count,
     vesk_triangle_numbers gathered = {
         nullptr, static_cast<std::uint32_t>(std::min<std::uint64_t>(count, UINT32_MAX)),
         static_cast<std::uint32_t>(limit), may_repeat};
-    if (count == 0 || count > UINT32_MAX || limit > UINT32_MAX)
+    if (count == 0 || count > UINT32_MAX - vesk_list_slack || limit > UINT32_MAX)
         return gathered;
-    gathered.data = scratch.take_array<std::uint32_t>(static_cast<std::size_t>(count));
+    gathered.data =
+        scratch.take_array<std::uint32_t>(static_cast<std::size_t>(count) + vesk_list_slack);
     if (!gathered.data)
         return gathered;
 

@@ -8,7 +8,7 @@
 /// The triangles that a tree is built over, by number, in build order.
 struct vesk_triangle_numbers
 {
-    std::uint32_t *data; ///< null when there are none, or no memory for them
+    std::uint32_t *data; ///< with slack, as lists of children; null without memory for them
     std::uint32_t count;
     std::uint32_t limit; ///< every number is below this
     bool may_repeat;     ///< whether a number may stand there more than once

@@ -12,11 +12,10 @@ struct quadtree_kind
     using node = vesk_uv_lookup_node_s;
     using box = vesk_quadtree_aa_bounding_rect_s;
     static constexpr unsigned int child_count = 4;
-    static constexpr bool is_flat = true;
+    using corner_source = vesk_raster_corners;
 
-    const vesk_vector3 *corners; // three for each triangle, and one more that is only read
+    corner_source corners;
     vesk_uv_lookup_triangle_s *records;
-    bool all_tame;
 
     static box &box_of(node &of)
     {
@@ -34,11 +33,17 @@ struct quadtree_kind
         split(space, children);
         const vesk_vector2 low = (children[0].max - children[0].min) * 0.5f;
         const vesk_vector2 high = (children[3].max - children[3].min) * 0.5f;
-        return vesk_octant_boxes(
-            vesk_float4{children[0].min.x + low.x, 0.0f, children[0].min.y + low.y, 0.0f},
-            vesk_float4{low.x, 0.5f, low.y, 0.0f},
-            vesk_float4{children[3].min.x + high.x, 0.0f, children[3].min.y + high.y, 0.0f},
-            vesk_float4{high.x, 0.5f, high.y, 0.0f});
+        return {vesk_float4{children[0].min.x + low.x, 0.0f, children[0].min.y + low.y, 0.0f},
+                vesk_float4{low.x, 0.5f, low.y, 0.0f},
+                vesk_float4{children[3].min.x + high.x, 0.0f, children[3].min.y + high.y, 0.0f},
+                vesk_float4{high.x, 0.5f, high.y, 0.0f}};
+    }
+
+    static void lay_grid(const box &space, unsigned int levels, vesk_triangle_grid &grid)
+    {
+        grid.lay(vesk_float4{space.min.x, 0.0f, space.min.y, 0.0f},
+                 vesk_float4{space.max.x, 0.0f, space.max.y, 0.0f}, vesk_mask4{-1, 0, -1, 0},
+                 levels);
     }
 
     static bool is_tame(const box &space)
@@ -55,7 +60,7 @@ struct quadtree_kind
 
     vesk_corners4 corners_of(std::uint32_t triangle) const
     {
-        const vesk_vector3 *first = corners + std::size_t{triangle} * 3;
+        const vesk_vector3 *first = corners.corners + std::size_t{triangle} * 3;
         return {vesk_load4(first), vesk_load4(first + 1), vesk_load4(first + 2)};
     }
 
@@ -64,7 +69,7 @@ struct quadtree_kind
         const vesk_vector2 half = (space.max - space.min) * 0.5f;
         return vesk_triangle_box_overlap(
             vesk_vector3(space.min.x + half.x, 0.0f, space.min.y + half.y),
-            vesk_vector3(half.x, 0.5f, half.y), corners + std::size_t{triangle} * 3);
+            vesk_vector3(half.x, 0.5f, half.y), corners.corners + std::size_t{triangle} * 3);
     }
 };
 
@@ -110,12 +115,8 @@ vesk_quadtree_aa_bounding_rect_s root_rect(const raster &space)
 
 quadtree_kind kind_of(const vesk_mesh &mesh)
 {
-    quadtree_kind kind = {mesh.uv_lookup_vertex_array,
-                          reinterpret_cast<vesk_uv_lookup_triangle_s *>(mesh.uv_lookup_index_array),
-                          true};
-    for (unsigned int v = 0; v < mesh.uv_lookup_vertex_count; ++v)
-        kind.all_tame &= vesk_is_tame(mesh.uv_lookup_vertex_array[v]);
-    return kind;
+    return {{mesh.uv_lookup_vertex_array},
+            reinterpret_cast<vesk_uv_lookup_triangle_s *>(mesh.uv_lookup_index_array)};
 }
 } // namespace
 

@@ -3,12 +3,32 @@
 #include "support/plain_octree.h"
 
 /// @file
-/// The quadtree of the UV lookup built in the plainest form, over the raster corners and lookup
-/// records that the library filled in.
+/// The quadtree of the UV lookup built in the plainest form.
 
 namespace plain
 {
 using uv_lookup_list = vesk_list<vesk_uv_lookup_triangle_s *>;
+
+/// Raster corners and lookup records of a mesh, into arrays that have room for them.
+inline void fill_raster(const vesk_mesh &mesh, unsigned int width, unsigned int height,
+                        vesk_vector3 *corners, unsigned int *records)
+{
+    const float w = static_cast<float>(width), h = static_cast<float>(height);
+    for (unsigned int i = 0; i < mesh.index_count / 7 * 7; i += 7)
+    {
+        for (unsigned int c = 0; c < 3; ++c)
+        {
+            const unsigned int corner = i / 7 * 3 + c;
+            const vesk_vector2 &uv = mesh.uv_array[mesh.index_array[i + 3 + c]];
+            corners[corner].x = uv.x * w - 0.5f;
+            corners[corner].y = 0.0f;
+            corners[corner].z = h - uv.y * h - 0.5f;
+            records[i + c] = corner;
+            records[i + 3 + c] = mesh.index_array[i + 3 + c];
+        }
+        records[i + 6] = i;
+    }
+}
 
 inline void split_into_four(const vesk_quadtree_aa_bounding_rect_s &rect,
                             vesk_quadtree_aa_bounding_rect_s *out)
