@@ -6,6 +6,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <map>
 #include <random>
 
 namespace
@@ -311,6 +312,40 @@ TEST(FbxImport, VerticesAreSharedByPointAndBits)
     // Four each in the first two, though they are equal; six where the normals differ in bits:
     // one pair by the sign of a zero, to which float rounds 1e-60.
     EXPECT_EQ(mesh.vertex_count, 4u + 4 + 6);
+}
+
+// Few points with very many normals, as cones have. Twice a normal makes the same vertex.
+TEST(FbxImport, VerticesOfOnePointComeInTheOrderOfFirstUse)
+{
+    std::mt19937 random(3);
+    fbx_mesh_source tips = strip(7); // nine points
+    tips.corners.clear();
+    std::vector<double> normals;
+    std::vector<int> slopes;
+    for (int corner = 0; corner < 3000; ++corner)
+    {
+        const int point = static_cast<int>(random() % 9);
+        tips.corners.push_back(corner % 3 == 2 ? ~point : point);
+        slopes.push_back(static_cast<int>(random() % 60));
+        const double length = random() % 2 ? 2.0 : 1.0;
+        append(normals, {length, slopes.back() / 64.0 * length, 0.25 * length});
+    }
+    fbx_scene scene;
+    scene.add_mesh(fbx_scene::root, with_normals(tips, fbx_normals("ByPolygonVertex", normals)));
+    const loaded mesh(scene);
+    ASSERT_EQ(mesh.result, 1);
+    std::map<std::pair<int, int>, unsigned int> expected; // by point and slope
+    for (unsigned int corner = 0; corner < 3000; ++corner)
+    {
+        const int point = tips.corners[corner], slope = slopes[corner];
+        const unsigned int next = static_cast<unsigned int>(expected.size());
+        const auto known =
+            expected.emplace(std::make_pair(point < 0 ? ~point : point, slope), next);
+        EXPECT_EQ(mesh.index_array[corner / 3 * 7 + corner % 3], known.first->second) << corner;
+        const vesk_vector3 normal = corner_normal(mesh, corner / 3, corner % 3);
+        EXPECT_NEAR(normal.y / -normal.x, static_cast<float>(slope) / 64.0f, 1e-6f);
+    }
+    EXPECT_EQ(mesh.vertex_count, expected.size());
 }
 
 TEST(FbxImport, NodesWithoutAttributeHideWhatIsBelow)
