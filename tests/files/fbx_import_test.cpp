@@ -146,6 +146,18 @@ TEST(FbxImport, EncodingsGiveEqualBits)
     scene.add_mesh(group, with_uvs(polygons, 12, {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}}),
                    {{"GeometricTranslation", {1.0, 2.0, 3.3}}, {"InheritType", {1}}});
     scene.add_mesh(group, with_normals(strip(4), fbx_normals("ByVertice", strip(4, 9).points)));
+    // So long that a binary file's numbers are used where they stand.
+    fbx_mesh_source quadrangles = strip(798);
+    quadrangles.corners.clear();
+    std::vector<int> uv_indices;
+    for (int i = 0; i < 1600; ++i)
+    {
+        const int point = static_cast<int>(random() % 800);
+        quadrangles.corners.push_back(i % 4 == 3 ? ~point : point);
+        uv_indices.push_back(point - 1);
+    }
+    quadrangles = with_normals(quadrangles, fbx_normals("ByPolygonVertex", strip(1598, 8).points));
+    scene.add_mesh(group, with_uvs(quadrangles, 800, {uv_indices}));
 
     const loaded expected(scene);
     ASSERT_EQ(expected.result, 1);

@@ -198,6 +198,51 @@ TEST(FbxTriangulate, QuadrangleTakesTheDiagonalThatFits)
     EXPECT_EQ(split({{2, 1, 0}, {4, 0, 0}, {2, 0, 0}, {0, 0, 0}}), along_02);
 }
 
+/// Twice the area of a triangle seen along an axis, exact for small whole coordinates.
+int area_along(const std::vector<vector3> &p, int axis, int a, int b, int c)
+{
+    const auto at = [&](int corner, int i)
+    {
+        const vector3 &v = p[static_cast<std::size_t>(corner)];
+        return static_cast<int>(i % 3 == 0 ? v.x : i % 3 == 1 ? v.y : v.z);
+    };
+    const int u = axis + 1, v = axis + 2;
+    return (at(b, u) - at(a, u)) * (at(c, v) - at(a, v)) -
+           (at(b, v) - at(a, v)) * (at(c, u) - at(a, u));
+}
+
+// Concave, crossing, bent and flat ones, on a lattice where the answer needs no rounding.
+TEST(FbxTriangulate, QuadranglesAgreeWithWholeNumbers)
+{
+    const auto sign = [](int value) { return (value > 0) - (value < 0); };
+    const auto square = [](double d) { return d * d; };
+    std::mt19937 random(11);
+    for (int round = 0; round < 20000; ++round)
+    {
+        const unsigned int size = round % 2 == 0 ? 3 : 9;
+        std::vector<vector3> p(4);
+        for (vector3 &v : p)
+            v = {double(random() % size), double(random() % size), double(random() % size)};
+        int area[3], axis = 2;
+        for (int i = 0; i < 3; ++i)
+            area[i] = area_along(p, i, 0, 1, 2) + area_along(p, i, 0, 2, 3);
+        for (int i : {1, 0})
+            if (std::abs(area[i]) > std::abs(area[axis]))
+                axis = i;
+        const int sense = area[axis] < 0 ? -1 : 1;
+        const auto turn = [&](int a, int b, int c)
+        { return sense * sign(area_along(p, axis, a, b, c)); };
+        const auto length = [&](std::size_t a, std::size_t b)
+        { return square(p[a].x - p[b].x) + square(p[a].y - p[b].y) + square(p[a].z - p[b].z); };
+        const int inside_02 = std::min(turn(0, 1, 2), turn(0, 2, 3));
+        const int inside_13 = std::min(turn(1, 2, 3), turn(0, 1, 3));
+        const bool use_13 =
+            inside_13 > inside_02 || (inside_13 == inside_02 && length(1, 3) < length(0, 2));
+        const std::vector<int> along_02 = {0, 1, 2, 0, 2, 3}, along_13 = {0, 1, 3, 1, 2, 3};
+        ASSERT_EQ(split(p), use_13 ? along_13 : along_02) << round;
+    }
+}
+
 TEST(FbxTriangulate, CoversOutlinesWithoutOverlap)
 {
     std::mt19937 random(7);
