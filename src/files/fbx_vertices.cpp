@@ -136,6 +136,7 @@ inline unsigned int fbx_vertex_pass::find_or_add_source(unsigned int control_poi
             return chain - 1;
         chain = known.chain;
     }
+    // Field by field: a copy of the whole makes processors wait for its parts.
     vertex_source &added = sources.emplace_back();
     added.x = x;
     added.y = y;

@@ -3,8 +3,7 @@
 #include "files/fbx/binary_values.h"
 #include "files/fbx/byte_order.h"
 #include "files/fbx/format.h"
-#include "files/fbx/record_arena.h"
-#include "files/fbx/record_filter.h"
+#include "files/fbx/record_tree.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #include "files/fbx/binary_values.h"
 
 #include "files/fbx/byte_order.h"
-#include "files/fbx/number.h"
+#include "files/fbx/decimal.h"
 
 #include <algorithm>
 #include <libdeflate.h>

@@ -4,7 +4,7 @@
 #include "files/fbx/binary_values.h"
 #include "files/fbx/format.h"
 #include "files/fbx/input_file.h"
-#include "files/fbx/record_arena.h"
+#include "files/fbx/record_tree.h"
 #include "files/fbx/text_reader.h"
 #include "files/fbx/text_scan.h"
 #include "files/fbx/text_values.h"

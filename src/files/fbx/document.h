@@ -47,7 +47,7 @@ public:
     /// depth that the file controls. May throw std::bad_alloc.
     ///
     /// The tree holds what a scene of meshes needs: top-level records and objects of other kinds
-    /// are there, but without children (see record_filter.h).
+    /// are there, but without children (see record_tree.h).
     load_result parse();
 
     bool is_text() const;

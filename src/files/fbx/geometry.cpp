@@ -1,7 +1,5 @@
 #include "files/fbx/geometry.h"
 
-#include "files/fbx/layers.h"
-#include "files/fbx/quadrangle.h"
 #include "files/fbx/triangulate.h"
 
 #include <algorithm>
@@ -83,6 +81,7 @@ void list_polygons(const number_array<int> &marked, bool all_sound, mesh_geometr
         const int end = i + 1;
         if (all_sound || have_points(out, first, end))
         {
+            // Field by field: a copy of the whole makes processors wait for its parts.
             mesh_geometry::polygon &p = out.polygons.emplace_back();
             p.first_corner = first;
             p.corner_count = end - first;
@@ -136,8 +135,8 @@ void cut_polygon(const mesh_geometry &mesh, const mesh_geometry::polygon &p,
         corners[i] += p.first_corner;
 }
 
-/// The polygon that most meshes are made of, a quadrangle, goes the short way.
-void cut_common_polygon(const mesh_geometry &mesh, int first_corner, int *corners)
+/// Most meshes are made of quadrangles, so these go the short way.
+void cut_four_corners(const mesh_geometry &mesh, int first_corner, int *corners)
 {
     const double *positions[4];
     for (int k = 0; k < 4; ++k)
@@ -156,7 +155,7 @@ void cut_polygons(const mesh_geometry &mesh, int *corners)
         if (p.corner_count < 3)
             continue;
         if (p.corner_count == 4 && mesh.all_tame)
-            cut_common_polygon(mesh, p.first_corner, corners);
+            cut_four_corners(mesh, p.first_corner, corners);
         else
             cut_polygon(mesh, p, splitter, positions, corners);
         corners += 3 * (p.corner_count - 2);

@@ -1,4 +1,4 @@
-#include "files/fbx/layers.h"
+#include "files/fbx/geometry.h"
 
 #include <algorithm>
 #include <iterator>

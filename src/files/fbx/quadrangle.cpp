@@ -1,4 +1,4 @@
-#include "files/fbx/quadrangle.h"
+#include "files/fbx/triangulate.h"
 
 #include <algorithm>
 
@@ -53,19 +53,22 @@ bool fits_better_along_13(const double *const (&corners)[4], const plane_view &v
 
 const quadrangle_cut &cut_quadrangle(const double *const (&corners)[4])
 {
-    const offset a = offset_of(corners[0], corners[1]);
-    const offset b = offset_of(corners[0], corners[2]);
-    const offset c = offset_of(corners[0], corners[3]);
-    const offset d = offset_of(corners[3], corners[1]);
-    const offset e = offset_of(corners[3], corners[2]);
-    const vector3 first = cross(a, b), second = cross(b, c);
-    const plane_view view({first.x + second.x, first.y + second.y, first.z + second.z});
-    const bool shorter_13 = d.squared_length() < b.squared_length();
+    const offset to_1 = offset_of(corners[0], corners[1]);
+    const offset to_2 = offset_of(corners[0], corners[2]);
+    const offset to_3 = offset_of(corners[0], corners[3]);
+    const offset from_3_to_1 = offset_of(corners[3], corners[1]);
+    const offset from_3_to_2 = offset_of(corners[3], corners[2]);
+    const vector3 area_012 = cross(to_1, to_2), area_023 = cross(to_2, to_3);
+    const plane_view view(
+        {area_012.x + area_023.x, area_012.y + area_023.y, area_012.z + area_023.z});
+    const bool shorter_13 = from_3_to_1.squared_length() < to_2.squared_length();
 
     // All four corners of most quadrangles are convex, and then both diagonals lie inside.
-    const double least = std::min(std::min(certain_turn(a, b, view), certain_turn(b, c, view)),
-                                  std::min(certain_turn(a, c, view), certain_turn(d, e, view)));
-    const bool use_13 = least > 0.0 ? shorter_13 : fits_better_along_13(corners, view, shorter_13);
+    const double least_turn = std::min(
+        std::min(certain_turn(to_1, to_2, view), certain_turn(to_2, to_3, view)),
+        std::min(certain_turn(to_1, to_3, view), certain_turn(from_3_to_1, from_3_to_2, view)));
+    const bool use_13 =
+        least_turn > 0.0 ? shorter_13 : fits_better_along_13(corners, view, shorter_13);
     return use_13 ? along_13 : along_02;
 }
 } // namespace vesk_fbx

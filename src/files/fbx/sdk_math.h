@@ -68,7 +68,7 @@ struct vector_list
         const double x = numbers[3 * i], y = numbers[3 * i + 1], z = numbers[3 * i + 2];
         if (!is_finite(x, y, z))
             return false;
-        // One by one: a copy of the whole makes processors wait for the parts to be stored.
+        // One by one: a copy of the whole makes processors wait for its parts.
         out[0] = x;
         out[1] = y;
         out[2] = z;

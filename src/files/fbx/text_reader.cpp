@@ -1,8 +1,7 @@
 #include "files/fbx/text_reader.h"
 
-#include "files/fbx/number.h"
-#include "files/fbx/record_arena.h"
-#include "files/fbx/record_filter.h"
+#include "files/fbx/decimal.h"
+#include "files/fbx/record_tree.h"
 #include "files/fbx/text_scan.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "files/fbx/text_values.h"
 
-#include "files/fbx/number.h"
+#include "files/fbx/decimal.h"
 #include "files/fbx/text_scan.h"
 
 #include <algorithm>
@@ -59,8 +59,9 @@ template <typename T> bool read_values(const record &r, number_array<T> &out)
     out.count = count;
     return true;
 }
-} // namespace
 
+/// Value number `i` of a record: a string without its quotation marks, or the bytes of a number or
+/// bare word. False when the record has fewer.
 bool find_text_value(const record &r, std::uint32_t i, std::string_view &out, bool &is_string)
 {
     const char *const end = end_of(r.values);
@@ -85,6 +86,7 @@ bool find_text_value(const record &r, std::uint32_t i, std::string_view &out, bo
         p = is_string ? behind + 1 : behind;
     }
 }
+} // namespace
 
 bool text_integer(const record &r, std::uint32_t i, std::int64_t &out)
 {

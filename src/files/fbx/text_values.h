@@ -9,10 +9,7 @@
 
 namespace vesk_fbx
 {
-/// Value number `i` of a record: a string without its quotation marks, or the bytes of a number or
-/// bare word. False when the record has fewer.
-bool find_text_value(const record &r, std::uint32_t i, std::string_view &out, bool &is_string);
-
+/// Value number `i` of a record; see document::get_integer and its kin.
 bool text_integer(const record &r, std::uint32_t i, std::int64_t &out);
 bool text_real(const record &r, std::uint32_t i, double &out);
 bool text_text(const record &r, std::uint32_t i, std::string_view &out);

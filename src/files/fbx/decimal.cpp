@@ -1,4 +1,4 @@
-#include "files/fbx/number.h"
+#include "files/fbx/decimal.h"
 
 #include "files/fbx/byte_order.h"
 

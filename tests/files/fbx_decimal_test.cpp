@@ -1,4 +1,4 @@
-#include "files/fbx/number.h"
+#include "files/fbx/decimal.h"
 
 #include <cmath>
 #include <cstdio>
@@ -66,7 +66,7 @@ std::int64_t integer_of(const std::string &text)
 }
 } // namespace
 
-TEST(FbxNumber, RandomRealsAreNearest)
+TEST(FbxDecimal, RandomRealsAreNearest)
 {
     std::mt19937_64 random(1);
     for (int i = 0; i < 50000 && !HasFailure(); ++i)
@@ -83,7 +83,7 @@ TEST(FbxNumber, RandomRealsAreNearest)
     }
 }
 
-TEST(FbxNumber, HalfwayCasesGoToEven)
+TEST(FbxDecimal, HalfwayCasesGoToEven)
 {
     std::mt19937_64 random(2);
     for (int i = 0; i < 20000 && !HasFailure(); ++i)
@@ -107,7 +107,7 @@ TEST(FbxNumber, HalfwayCasesGoToEven)
     }
 }
 
-TEST(FbxNumber, SpellingsOfExporters)
+TEST(FbxDecimal, SpellingsOfExporters)
 {
     for (const char *text : {"0",
                              "-0",
@@ -135,7 +135,7 @@ TEST(FbxNumber, SpellingsOfExporters)
         expect_nearest(text);
 }
 
-TEST(FbxNumber, DamagedExportsNameWhatIsNotFinite)
+TEST(FbxDecimal, DamagedExportsNameWhatIsNotFinite)
 {
     double value = 0.0;
     for (const std::string text : {"inf", "-Infinity", "1.#INF", "-1.#INF00"})
@@ -155,7 +155,7 @@ TEST(FbxNumber, DamagedExportsNameWhatIsNotFinite)
         EXPECT_EQ(read_real(text.data(), text.data() + text.size(), value), nullptr) << text;
 }
 
-TEST(FbxNumber, MillionsOfDigits)
+TEST(FbxDecimal, MillionsOfDigits)
 {
     const std::string zeros(2000000, '0');
     // C libraries take quadratic time here, so none is the judge.
@@ -173,7 +173,7 @@ TEST(FbxNumber, MillionsOfDigits)
     EXPECT_EQ(real_of(middle + zeros + "1"), std::numeric_limits<double>::denorm_min());
 }
 
-TEST(FbxNumber, IntegersAreExactAndStopAtTheirLimits)
+TEST(FbxDecimal, IntegersAreExactAndStopAtTheirLimits)
 {
     EXPECT_EQ(integer_of("9223372036854775807"), INT64_MAX);
     EXPECT_EQ(integer_of("-9223372036854775808"), INT64_MIN);

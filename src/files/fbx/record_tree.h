@@ -5,11 +5,29 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+// What the readers of both encodings build a document's tree with.
+
 namespace vesk_fbx
 {
+/// Whether a child of `parent` (null at the top level) is looked into. The import needs models,
+/// geometries and node attributes, the templates and the connections; animation curves, poses and
+/// embedded media, which make up most of many files, are skipped as a whole.
+inline bool has_wanted_children(const record *parent, std::string_view name)
+{
+    if (parent == nullptr)
+        return name == "Objects" || name == "Connections" || name == "Definitions" ||
+               name == "FBXHeaderExtension";
+    if (parent->name == "FBXHeaderExtension")
+        return false;
+    if (parent->name == "Objects")
+        return name == "Model" || name == "Geometry" || name == "NodeAttribute";
+    return true;
+}
+
 /// Owns all records of a document. Records are linked by plain pointers and released block by
 /// block, so that a tree of any depth goes away without recursion.
 class record_arena
