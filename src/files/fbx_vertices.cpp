@@ -88,18 +88,18 @@ void fbx_vertex_pass::read_mesh(FbxNode &node, FbxMesh &source, unsigned int *in
                                 unsigned int &next_word)
 {
     const unsigned int first_word = next_word;
+    first_vertex = static_cast<unsigned int>(working_vertices.size());
     sources.clear();
     // More than enough for smooth meshes, which have six corners of triangles to a point.
     sources.reserve(3 * static_cast<std::size_t>(source.GetPolygonCount()) / 4);
     list_sources(source, index_array, next_word);
     fbx_vertex_buckets.clear();
 
-    first_vertex = working_vertices.size();
     make_vertices(node, source.GetControlPoints());
     merge_vertices(index_array + first_word, source.GetPolygonCount());
 }
 
-/// Fills the records, but for the number of each corner's source in place of its vertex.
+/// Fills the records as if every source made a vertex of its own.
 void fbx_vertex_pass::list_sources(FbxMesh &mesh, unsigned int *index_array,
                                    unsigned int &next_word)
 {
@@ -111,7 +111,8 @@ void fbx_vertex_pass::list_sources(FbxMesh &mesh, unsigned int *index_array,
         {
             const int control_point = mesh.GetPolygonVertex(t, k);
             mesh.GetPolygonVertexNormal(t, k, corner_normal);
-            record[k] = find_or_add_source(static_cast<unsigned int>(control_point), corner_normal);
+            record[k] = first_vertex +
+                        find_or_add_source(static_cast<unsigned int>(control_point), corner_normal);
             record[3 + k] = 0;
         }
         record[6] = next_word;
@@ -153,7 +154,7 @@ void fbx_vertex_pass::make_vertices(FbxNode &node, const FbxVector4 *control_poi
 {
     const FbxAMatrix vertex_matrix = make_vertex_matrix(node);
     const FbxAMatrix normal_matrix = make_normal_matrix(vertex_matrix);
-    const std::size_t count = first_vertex + sources.size();
+    const std::size_t count = working_vertices.size() + sources.size();
     if (count > working_vertices.capacity())
         working_vertices.reserve(std::max(count, 2 * working_vertices.capacity()));
     for (const vertex_source &source : sources)
@@ -169,8 +170,7 @@ void fbx_vertex_pass::make_vertices(FbxNode &node, const FbxVector4 *control_poi
     }
 }
 
-/// Drops each vertex that equals an earlier one of the same control point, and puts the numbers of
-/// vertices into the records.
+/// Drops each vertex that equals an earlier one of the same control point; the records follow.
 void fbx_vertex_pass::merge_vertices(unsigned int *records, int triangle_count)
 {
     std::map<fbx_vertex_key, unsigned int> off_chain;
@@ -194,10 +194,10 @@ void fbx_vertex_pass::merge_vertices(unsigned int *records, int triangle_count)
             vertices[count++] = vertices[i];
         source_vertices[i] = vertex;
     }
-    working_vertices.resize(first_vertex + count);
-
-    const unsigned int first = static_cast<unsigned int>(first_vertex);
+    if (count == sources.size())
+        return;
+    working_vertices.resize(std::size_t{first_vertex} + count);
     for (int t = 0; t < triangle_count; ++t, records += 7)
         for (int k = 0; k < 3; ++k)
-            records[k] = first + source_vertices[records[k]];
+            records[k] = first_vertex + source_vertices[records[k] - first_vertex];
 }

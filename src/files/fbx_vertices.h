@@ -52,5 +52,5 @@ private:
     // Of the mesh that is being read.
     std::vector<vertex_source> sources;
     std::vector<unsigned int> source_vertices; ///< the vertex of each source, counted from
-    std::size_t first_vertex = 0;              ///< this one
+    unsigned int first_vertex = 0;             ///< this one
 };

@@ -34,16 +34,18 @@ bool read_points(const document &file, const record &source, mesh_geometry &out)
 
 /// Takes the mark off the last corner of each polygon and counts the marks. False when a corner
 /// names a point that is not there.
-bool read_corner_points(const number_array<int> &marked, mesh_geometry &out, std::size_t &marks)
+bool read_corner_points(const number_array<int> &marked, mesh_geometry &out, unsigned int &marks)
 {
     int *const points = out.corner_points.get();
-    std::size_t missing = 0;
+    const unsigned int point_count = static_cast<unsigned int>(out.point_count);
+    unsigned int missing = 0;
     for (std::size_t i = 0; i < marked.count; ++i)
     {
         const int value = marked[i];
-        points[i] = value < 0 ? ~value : value;
+        const int point = value < 0 ? ~value : value;
+        points[i] = point;
         marks += value < 0;
-        missing += static_cast<unsigned int>(points[i]) >= out.point_count;
+        missing += static_cast<unsigned int>(point) >= point_count;
     }
     return missing == 0;
 }
@@ -102,12 +104,12 @@ bool read_polygons(const document &file, const record &source, mesh_geometry &ou
         return false;
     out.corner_count = marked.count;
     out.corner_points.reset(new int[marked.count]);
-    std::size_t marks = 0;
+    unsigned int marks = 0;
     const bool all_sound = read_corner_points(marked, out, marks);
     out.all_triangles = all_sound && are_triangles(marked);
     if (out.all_triangles)
         return true;
-    out.polygons.reserve(marks + 1);
+    out.polygons.reserve(std::size_t{marks} + 1);
     list_polygons(marked, all_sound, out);
     return true;
 }

@@ -117,34 +117,35 @@ public:
     FbxLayerElementArray(const number_view<int> &indices, std::size_t count, const int *positions)
         : m_indices(indices)
         , m_positions(positions)
-        , m_count(static_cast<int>(count))
+        , m_count(count)
     {
     }
     /// Pairs.
     explicit FbxLayerElementArray(const number_view<double> &numbers)
         : m_pairs(numbers)
-        , m_count(static_cast<int>(numbers.count / 2))
+        , m_count(numbers.count / 2)
     {
     }
 
     int GetCount() const
     {
-        return m_count;
+        return static_cast<int>(m_count);
     }
     /// Copies element `i`; false, and nothing copied, when there is none of that type.
     bool GetAt(int i, int *out, EFbxType type) const
     {
-        if (type != eFbxInt || !m_indices.bytes || i < 0 || i >= m_count)
+        const std::size_t at = static_cast<std::size_t>(i);
+        if (type != eFbxInt || !m_indices.bytes || at >= m_count)
             return false;
-        *out = m_indices[static_cast<std::size_t>(m_positions ? m_positions[i] : i)];
+        *out = m_indices[m_positions ? static_cast<std::size_t>(m_positions[at]) : at];
         return true;
     }
     bool GetAt(int i, FbxVector2 *out, EFbxType type) const
     {
-        if (type != eFbxDouble2 || !m_pairs.bytes || i < 0 || i >= m_count)
+        const std::size_t at = static_cast<std::size_t>(i);
+        if (type != eFbxDouble2 || !m_pairs.bytes || at >= m_count)
             return false;
-        const std::size_t first = 2 * static_cast<std::size_t>(i);
-        *out = {{m_pairs[first], m_pairs[first + 1]}};
+        *out = {{m_pairs[2 * at], m_pairs[2 * at + 1]}};
         return true;
     }
 
@@ -152,7 +153,7 @@ private:
     number_view<int> m_indices;
     const int *m_positions = nullptr;
     number_view<double> m_pairs;
-    int m_count = 0;
+    std::size_t m_count = 0; ///< no int, which a caller that writes ints would have to read again
 };
 
 class FbxGeometryElementUV : public FbxLayerElement
