@@ -138,3 +138,12 @@ inline void fetch_node(const vesk_octree_node_s *node)
     __builtin_prefetch(&node->children[2]);
     __builtin_prefetch(&node->children[7]);
 }
+
+/// Begins to load the references of a node's list. It may be null, from where no address may be
+/// counted, so the address is a number.
+inline void fetch_list(const void *list)
+{
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(list);
+    __builtin_prefetch(list);
+    __builtin_prefetch(reinterpret_cast<const void *>(address + 64));
+}

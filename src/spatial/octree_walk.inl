@@ -65,8 +65,7 @@ private:
                 ++count;
                 continue;
             }
-            __builtin_prefetch(node.triangles.data);
-            __builtin_prefetch(node.triangles.data + 8);
+            fetch_list(node.triangles.data);
             count += node.triangles.count != 0;
             for (unsigned int met = children_met<IS_OWN>(terms, node); met; met &= met - 1)
             {

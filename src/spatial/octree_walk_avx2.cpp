@@ -3,6 +3,7 @@
 #include "spatial/ruled_out_octants.h"
 #include "vesk/mesh_records.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 

@@ -4,6 +4,7 @@
 #include "spatial/tree_walk.h"
 #include "vesk/mesh_records.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
