@@ -83,13 +83,27 @@ private:
     }
 };
 
+/// Bit i of the result is bit i ^ `flip` of the set.
+inline unsigned int flip_octants(unsigned int set, unsigned int flip)
+{
+    if (flip & 1u)
+        set = (set & 0x55u) << 1 | (set >> 1 & 0x55u);
+    if (flip & 2u)
+        set = (set & 0x33u) << 2 | (set >> 2 & 0x33u);
+    if (flip & 4u)
+        set = (set & 0x0Fu) << 4 | set >> 4;
+    return set;
+}
+
 /// A walk of one shape over one kind of tree; without `hits` it ends at the first hit.
 template <shape SHAPE, bool IS_OWN> class octree_walk
 {
 public:
-    octree_walk(const query_terms &new_terms, vesk_octree_hits *hits)
+    octree_walk(const vesk_octree_question &question, const query_terms &new_terms,
+                vesk_octree_hits *hits)
         : terms(new_terms)
         , triangles(new_terms, hits)
+        , first_octant(hits ? 0 : nearest_octant(question.direction))
     {
     }
 
@@ -97,16 +111,33 @@ public:
     {
         reached_holders<IS_OWN> reached;
         if (!reached.find(terms, root))
-            return any(root);
-        reached.visit_all([this](const vesk_octree_node_s &node)
-                          { triangles.take(node.triangles); });
+            return vesk_walk_reached(root, *this) || triangles.finish();
+        reached.visit_all([this](const vesk_octree_node_s &node) { visit(node); });
         return triangles.finish();
     }
 
-    /// Depth first: the first hit ends the walk early.
+    /// Depth first, since the first hit ends the walk, but two nodes at a time: the processor works
+    /// on one while the other comes from memory.
     int any(const vesk_octree_node_s &root)
     {
-        return vesk_walk_reached(root, *this) || triangles.finish();
+        const vesk_octree_node_s *pending[vesk_pending_capacity];
+        unsigned int count = 0;
+        pending[count++] = &root;
+        while (count > 0)
+        {
+            const unsigned int taken = count < 2 ? 1 : 2;
+            const vesk_octree_node_s *const nodes[2] = {pending[count - taken], pending[count - 1]};
+            count -= taken;
+            for (unsigned int i = 0; i < taken; ++i)
+            {
+                const bool has_room = count + 8 <= vesk_pending_capacity;
+                if (has_room)
+                    count += reach(*nodes[i], pending + count);
+                if (has_room ? visit(*nodes[i]) : vesk_walk_reached(*nodes[i], *this))
+                    return 1;
+            }
+        }
+        return triangles.finish();
     }
 
     bool visit(const vesk_octree_node_s &node)
@@ -117,11 +148,12 @@ public:
     unsigned int reach(const vesk_octree_node_s &node, const vesk_octree_node_s **reached) const
     {
         unsigned int count = 0;
-        for (unsigned int met = children_met<IS_OWN>(terms, node); met; ++count)
+        unsigned int met = flip_octants(children_met<IS_OWN>(terms, node), first_octant);
+        for (; met; ++count)
         {
-            const unsigned int child = 31u - static_cast<unsigned int>(__builtin_clz(met));
-            met ^= 1u << child;
-            reached[count] = node.children[child];
+            const unsigned int last = 31u - static_cast<unsigned int>(__builtin_clz(met));
+            met ^= 1u << last;
+            reached[count] = node.children[last ^ first_octant];
             fetch_node(reached[count]);
         }
         return count;
@@ -130,6 +162,16 @@ public:
 private:
     const query_terms &terms;
     triangle_queue<SHAPE> triangles;
+    const unsigned int first_octant; ///< of each node's children; 0 in the order of the walk
+
+    /// What a line that ends meets soon is likelier to count. The bits of an octant run x, z, y.
+    static unsigned int nearest_octant(const vesk_vector3 &direction)
+    {
+        if (SHAPE != shape::line)
+            return 0;
+        return (direction.x < 0.0f ? 1u : 0u) | (direction.z < 0.0f ? 2u : 0u) |
+               (direction.y < 0.0f ? 4u : 0u);
+    }
 };
 
 template <shape SHAPE> int walk_shape(const vesk_octree_question &question,
@@ -138,10 +180,10 @@ template <shape SHAPE> int walk_shape(const vesk_octree_question &question,
     const vesk_octree_node_s &root = *question.root;
     if (question.is_own)
     {
-        octree_walk<SHAPE, true> walk(terms, hits);
+        octree_walk<SHAPE, true> walk(question, terms, hits);
         return hits ? walk.every(root) : walk.any(root);
     }
-    octree_walk<SHAPE, false> walk(terms, hits);
+    octree_walk<SHAPE, false> walk(question, terms, hits);
     return hits ? walk.every(root) : walk.any(root);
 }
 

@@ -21,12 +21,14 @@
 
 namespace
 {
+// Each needs what stands above it.
+// clang-format off
 #include "spatial/lanes8.h"
-// In this order.
+#include "spatial/tree_walk.h"
 #include "spatial/octree_boxes.inl"
 #include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"
-#include "spatial/tree_walk.h"
+// clang-format on
 } // namespace
 
 #if defined(__clang__)

@@ -10,11 +10,13 @@
 
 namespace
 {
+// Each needs what stands above it.
+// clang-format off
 #include "spatial/lanes8.h"
-// In this order.
 #include "spatial/octree_boxes.inl"
 #include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"
+// clang-format on
 } // namespace
 
 const vesk_octree_walks vesk_octree_walks_baseline = {walk_any, walk_every};
