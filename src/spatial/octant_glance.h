@@ -2,6 +2,7 @@
 
 #include "spatial/overlap_pairs.h"
 #include "spatial/ruled_out_octants.h"
+#include "vesk/vector.h"
 
 #include <cmath>
 

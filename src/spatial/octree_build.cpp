@@ -11,9 +11,9 @@ struct octree_kind
     using node = vesk_octree_node_s;
     using box = vesk_octree_aa_bounding_box_s;
     static constexpr unsigned int child_count = 8;
-    using corner_source = vesk_mesh_corners;
+    static constexpr bool is_flat = false;
 
-    corner_source corners;
+    const vesk_3d_vertex_s *vertices;
     vesk_octree_triangle_s *records;
 
     static box &box_of(node &of)
@@ -58,19 +58,14 @@ struct octree_kind
         // The fourth lane is the normal's first component.
         static_assert(sizeof(vesk_3d_vertex_s) >= sizeof(vesk_float4), "four floats are read");
         const unsigned int *corner = records[triangle].vertex_indices;
-        return {vesk_load4(corners.vertices + corner[0]), vesk_load4(corners.vertices + corner[1]),
-                vesk_load4(corners.vertices + corner[2])};
+        return {vesk_load4(vertices + corner[0]), vesk_load4(vertices + corner[1]),
+                vesk_load4(vertices + corner[2])};
     }
 
-    bool overlaps(std::uint32_t triangle, const box &space) const
+    static bool overlaps(const vesk_vector3 *corners, const box &space)
     {
         const vesk_vector3 half = (space.max - space.min) * 0.5f;
-        const unsigned int *corner = records[triangle].vertex_indices;
-        const vesk_3d_vertex_s *vertices = corners.vertices;
-        const vesk_vector3 triangle_corners[3] = {vertices[corner[0]].position,
-                                                  vertices[corner[1]].position,
-                                                  vertices[corner[2]].position};
-        return vesk_triangle_box_overlap(space.min + half, half, triangle_corners);
+        return vesk_triangle_box_overlap(space.min + half, half, corners);
     }
 
 private:
@@ -92,8 +87,7 @@ vesk_octree_aa_bounding_box_s root_box(const vesk_mesh &mesh)
 
 octree_kind kind_of(const vesk_mesh &mesh)
 {
-    auto *records = reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array);
-    return {{mesh.vertex_array, records}, records};
+    return {mesh.vertex_array, reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array)};
 }
 } // namespace
 

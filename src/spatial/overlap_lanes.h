@@ -78,39 +78,14 @@ vesk_lanes_plane_misses(const vesk_lane_vector<Lanes> &e0, const vesk_lane_vecto
     return (low[0] + low[1] + low[2] > zero) | (high[0] + high[1] + high[2] < zero);
 }
 
-// Of each lane's triangle, what its corners are found by.
-template <typename Lanes>
-const void *vesk_lanes_triangle(const vesk_mesh_corners &from, std::uint32_t triangle)
-{
-    return from.records + triangle;
-}
-
-template <typename Lanes>
-const void *vesk_lanes_triangle(const vesk_raster_corners &from, std::uint32_t triangle)
-{
-    return from.corners + std::size_t{triangle} * 3;
-}
-
-template <typename Lanes>
-const void *vesk_lanes_corner(const vesk_mesh_corners &from, const void *triangle, unsigned int c)
-{
-    return from.vertices + static_cast<const vesk_octree_triangle_s *>(triangle)->vertex_indices[c];
-}
-
-template <typename Lanes>
-const void *vesk_lanes_corner(const vesk_raster_corners &, const void *triangle, unsigned int c)
-{
-    return static_cast<const vesk_vector3 *>(triangle) + c;
-}
-
 // A corner of each lane's triangle, in the frame of the lane's box.
-template <typename Lanes, typename Corners> vesk_lane_vector<Lanes>
-vesk_lanes_moved_corner(const Corners &from, const void *const (&triangles)[Lanes::count],
-                        unsigned int c, const vesk_lane_vector<Lanes> &centre)
+template <typename Lanes> __attribute__((always_inline)) inline vesk_lane_vector<Lanes>
+vesk_lanes_moved_corner(const float *const (&triangles)[Lanes::count], unsigned int c,
+                        const vesk_lane_vector<Lanes> &centre)
 {
-    const void *rows[Lanes::count];
+    const float *rows[Lanes::count];
     for (unsigned int lane = 0; lane < Lanes::count; ++lane)
-        rows[lane] = vesk_lanes_corner<Lanes>(from, triangles[lane], c);
+        rows[lane] = triangles[lane] + 3 * c;
     vesk_lane_vector<Lanes> corner;
     Lanes::load_columns(rows, corner.at);
     return vesk_lanes_difference(corner, centre);
@@ -132,9 +107,8 @@ vesk_lanes_of_octants(const typename Lanes::mask &octants, vesk_float4 low, vesk
 
 // The pairs from `pairs` on, one a lane. A flat triangle has no edge axis but along y: the other
 // projections and their radius are zero, and its plane runs through the middle of the box.
-template <typename Lanes, typename Corners> __attribute__((always_inline)) inline unsigned int
-vesk_test_overlap_lanes(const vesk_overlap_subject<Corners> &subject,
-                        const vesk_overlap_pair *pairs)
+template <typename Lanes, bool is_flat> __attribute__((always_inline)) inline unsigned int
+vesk_test_overlap_lanes(const vesk_overlap_subject &subject, const vesk_overlap_pair *pairs)
 {
     constexpr unsigned x = 0, y = 1, z = 2;
     const typename Lanes::mask octants = Lanes::octants_of(pairs);
@@ -144,16 +118,12 @@ vesk_test_overlap_lanes(const vesk_overlap_subject<Corners> &subject,
                                   half = vesk_lanes_of_octants<Lanes>(octants, boxes.low_half,
                                                                       boxes.high_half);
 
-    const void *triangles[Lanes::count];
+    const float *triangles[Lanes::count];
     for (unsigned int lane = 0; lane < Lanes::count; ++lane)
-        triangles[lane] =
-            vesk_lanes_triangle<Lanes>(subject.corners, subject.triangles[pairs[lane] >> 3]);
-    const vesk_lane_vector<Lanes> a = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 0,
-                                                                     centre),
-                                  b = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 1,
-                                                                     centre),
-                                  c = vesk_lanes_moved_corner<Lanes>(subject.corners, triangles, 2,
-                                                                     centre);
+        triangles[lane] = subject.corners + std::size_t{subject.places[pairs[lane] >> 3]} * 9;
+    const vesk_lane_vector<Lanes> a = vesk_lanes_moved_corner<Lanes>(triangles, 0, centre),
+                                  b = vesk_lanes_moved_corner<Lanes>(triangles, 1, centre),
+                                  c = vesk_lanes_moved_corner<Lanes>(triangles, 2, centre);
     const vesk_lane_vector<Lanes> e0 = vesk_lanes_difference(b, a),
                                   e1 = vesk_lanes_difference(c, b),
                                   e2 = vesk_lanes_difference(a, c);
@@ -163,7 +133,7 @@ vesk_test_overlap_lanes(const vesk_overlap_subject<Corners> &subject,
     typename Lanes::mask missed = vesk_lanes_edge_axis_separates<z, x>(e0, f0, half, a, c) |
                                   vesk_lanes_edge_axis_separates<z, x>(e1, f1, half, a, c) |
                                   vesk_lanes_edge_axis_separates<z, x>(e2, f2, half, a, b);
-    if (!Corners::is_flat)
+    if (!is_flat)
     {
         missed |= vesk_lanes_edge_axis_separates<y, z>(e0, f0, half, a, c);
         missed |= vesk_lanes_edge_axis_separates<y, z>(e1, f1, half, a, c);
@@ -176,12 +146,12 @@ vesk_test_overlap_lanes(const vesk_overlap_subject<Corners> &subject,
     return Lanes::bits_of(missed);
 }
 
-template <typename Lanes, typename Corners>
-std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_subject<Corners> &subject,
+template <typename Lanes, bool is_flat>
+std::uint64_t vesk_test_overlap_pairs(const vesk_overlap_subject &subject,
                                       const vesk_overlap_pair *pairs, unsigned int count)
 {
     std::uint64_t missed = 0;
     for (unsigned int i = 0; i < count; i += Lanes::count)
-        missed |= std::uint64_t{vesk_test_overlap_lanes<Lanes>(subject, pairs + i)} << i;
+        missed |= std::uint64_t{vesk_test_overlap_lanes<Lanes, is_flat>(subject, pairs + i)} << i;
     return missed;
 }

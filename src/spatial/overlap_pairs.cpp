@@ -27,7 +27,7 @@ struct four_lanes
     }
 
     // The first three columns.
-    static void load_columns(const void *const (&rows)[count], value (&columns)[3])
+    static void load_columns(const float *const (&rows)[count], value (&columns)[3])
     {
         const vesk_columns4 xyz = vesk_columns_of(vesk_load4(rows[0]), vesk_load4(rows[1]),
                                                   vesk_load4(rows[2]), vesk_load4(rows[3]));
@@ -37,20 +37,12 @@ struct four_lanes
     }
 };
 
-template <typename Corners> vesk_overlap_test<Corners> pick_test()
-{
-    if (const vesk_overlap_test<Corners> by_eight = vesk_pick_overlap_test_avx2<Corners>())
-        return by_eight;
-    return vesk_test_overlap_pairs<four_lanes, Corners>;
-}
 } // namespace
 
-template <> vesk_overlap_test<vesk_mesh_corners> vesk_pick_overlap_test()
+vesk_overlap_test vesk_pick_overlap_test(bool is_flat)
 {
-    return pick_test<vesk_mesh_corners>();
-}
-
-template <> vesk_overlap_test<vesk_raster_corners> vesk_pick_overlap_test()
-{
-    return pick_test<vesk_raster_corners>();
+    if (const vesk_overlap_test by_eight = vesk_pick_overlap_test_avx2(is_flat))
+        return by_eight;
+    return is_flat ? vesk_test_overlap_pairs<four_lanes, true>
+                   : vesk_test_overlap_pairs<four_lanes, false>;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "spatial/corner_sources.h"
 #include "spatial/float_lanes.h"
 
 #include <cstdint>
@@ -18,15 +17,15 @@ struct vesk_octant_boxes
     vesk_float4 high_centre, high_half;
 };
 
-/// A pair that awaits the edge axes and the plane: the place of a triangle in a list, times eight,
-/// plus an octant. Both are tame, and no box axis separates them.
+/// A pair that awaits the edge axes and the plane: the index of a triangle, times eight, plus an
+/// octant. Both are tame, and no box axis separates them.
 using vesk_overlap_pair = std::uint16_t;
 
 /// What the pairs are of.
-template <typename Corners> struct vesk_overlap_subject
+struct vesk_overlap_subject
 {
-    Corners corners;
-    const std::uint32_t *triangles;
+    const float *corners;        ///< as those of a `vesk_triangle_set`
+    const std::uint32_t *places; ///< by a triangle's index, where its corners are
     const vesk_octant_boxes *octants;
 };
 
@@ -35,11 +34,9 @@ constexpr unsigned int vesk_overlap_pair_slack = 7;
 
 /// Tests up to 64 pairs. Bit i of the result is set when pair i does not overlap; bits behind the
 /// last pair mean nothing.
-template <typename Corners>
-using vesk_overlap_test = std::uint64_t (*)(const vesk_overlap_subject<Corners> &subject,
+using vesk_overlap_test = std::uint64_t (*)(const vesk_overlap_subject &subject,
                                             const vesk_overlap_pair *pairs, unsigned int count);
 
-/// The fastest test that this processor runs.
-template <typename Corners> vesk_overlap_test<Corners> vesk_pick_overlap_test();
-template <> vesk_overlap_test<vesk_mesh_corners> vesk_pick_overlap_test();
-template <> vesk_overlap_test<vesk_raster_corners> vesk_pick_overlap_test();
+/// The fastest test that this processor runs. A flat one is for triangles with y = 0 in all
+/// corners and boxes around y = 0.
+vesk_overlap_test vesk_pick_overlap_test(bool is_flat);

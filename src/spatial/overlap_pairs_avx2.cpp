@@ -33,13 +33,12 @@ struct eight_lanes
     }
 
     // The first three columns.
-    static void load_columns(const void *const (&rows)[count], value (&columns)[3])
+    static void load_columns(const float *const (&rows)[count], value (&columns)[3])
     {
         __m256 pair[4];
         for (unsigned int i = 0; i < 4; ++i)
-            pair[i] = _mm256_insertf128_ps(
-                _mm256_castps128_ps256(_mm_loadu_ps(static_cast<const float *>(rows[i]))),
-                _mm_loadu_ps(static_cast<const float *>(rows[i + 4])), 1);
+            pair[i] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(rows[i])),
+                                           _mm_loadu_ps(rows[i + 4]), 1);
         const __m256 ab_low = _mm256_unpacklo_ps(pair[0], pair[1]);
         const __m256 cd_low = _mm256_unpacklo_ps(pair[2], pair[3]);
         const __m256 ab_high = _mm256_unpackhi_ps(pair[0], pair[1]);
@@ -50,30 +49,21 @@ struct eight_lanes
     }
 };
 
-template <typename Corners> vesk_overlap_test<Corners> pick_test()
-{
-    return __builtin_cpu_supports("avx2") ? vesk_test_overlap_pairs<eight_lanes, Corners> : nullptr;
-}
 } // namespace
+
+vesk_overlap_test vesk_pick_overlap_test_avx2(bool is_flat)
+{
+    if (!__builtin_cpu_supports("avx2"))
+        return nullptr;
+    return is_flat ? vesk_test_overlap_pairs<eight_lanes, true>
+                   : vesk_test_overlap_pairs<eight_lanes, false>;
+}
 
 #else
 
-namespace
-{
-template <typename Corners> vesk_overlap_test<Corners> pick_test()
+vesk_overlap_test vesk_pick_overlap_test_avx2(bool)
 {
     return nullptr;
 }
-} // namespace
 
 #endif
-
-template <> vesk_overlap_test<vesk_mesh_corners> vesk_pick_overlap_test_avx2()
-{
-    return pick_test<vesk_mesh_corners>();
-}
-
-template <> vesk_overlap_test<vesk_raster_corners> vesk_pick_overlap_test_avx2()
-{
-    return pick_test<vesk_raster_corners>();
-}

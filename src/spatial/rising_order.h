@@ -30,12 +30,13 @@ public:
         clear_stamps();
     }
 
+    /// @param numbers of the triangles that the list names; null when it names them by number
     /// @param overlaps of each triangle of the list, the children that it touches
     /// @param absent a bit for each absent child
-    /// @param risen the result, on top of the scratch
+    /// @param risen the result by number, on top of the scratch
     /// @return false when memory is short
-    bool find(const vesk_number_list &list, const std::uint8_t *overlaps, unsigned int absent,
-              vesk_number_list &risen)
+    bool find(const vesk_number_list &list, const std::uint32_t *numbers,
+              const std::uint8_t *overlaps, unsigned int absent, vesk_number_list &risen)
     {
         risen.data = scratch.take_array<std::uint32_t>(list.count);
         if (!risen.data)
@@ -52,7 +53,8 @@ public:
         }
         risen.count = place[none];
         for (std::uint32_t i = 0; i < list.count; ++i)
-            risen.data[place[lowest_child(overlaps[i] & absent)]++] = list.data[i];
+            risen.data[place[lowest_child(overlaps[i] & absent)]++] =
+                numbers ? numbers[list.data[i]] : list.data[i];
 
         if (may_repeat)
             drop_repeats(risen);

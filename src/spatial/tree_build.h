@@ -11,11 +11,11 @@
 
 /// The builder of both trees.
 ///
-/// `Tree` names the records (`node`, `box`), the number of children (`child_count`) and where
-/// corners come from (`corner_source`); it says how a box is split (`split`), where a node keeps it
-/// (`box_of`), and how boxes are given to the fast tests (`octants_of`, `is_tame`, `lay_grid`). A
-/// tree object has the `corners`, and gives a triangle's record (`record_of`), its corners
-/// (`corners_of`) and the plain test of it (`overlaps`).
+/// `Tree` names the records (`node`, `box`), the number of children (`child_count`) and whether
+/// boxes and triangles are flat (`is_flat`); it says how a box is split (`split`), where a node
+/// keeps it (`box_of`), how boxes are given to the fast tests (`octants_of`, `is_tame`,
+/// `lay_grid`), and has the plain test (`overlaps`). A tree object gives a triangle's record
+/// (`record_of`) and its corners (`corners_of`).
 ///
 /// **One node.** All triangles of the node's list are tested against the child boxes, which leaves
 /// a byte of overlaps for each. From these bytes it is known at once which children there will be,
@@ -32,9 +32,12 @@
 /// whole, with all below it: its triangles stay with the parent, and none is ever lost. Without a
 /// root there is no tree.
 ///
-/// **Depth.** Levels lie on the scratch, not on the machine's stack. Beside 16 bytes for each
-/// triangle, a level costs its node, about 300 bytes and five bytes for each triangle of its list;
-/// nothing but the depth that is asked for bounds them.
+/// **Nearness.** The first nodes on a way down with few enough triangles are settled: what the tests
+/// read of these triangles is brought together, and the lists below name places in that set.
+///
+/// **Depth.** Levels lie on the scratch, not on the machine's stack. A level costs its node, about
+/// 350 bytes and five bytes for each triangle of its list; nothing but the depth that is asked for
+/// bounds them.
 template <typename Tree> class vesk_tree_builder
 {
 public:
@@ -92,8 +95,8 @@ public:
     node *build(int depth)
     {
         rising.expect(triangles);
-        if (depth >= 0 && triangles.data)
-            overlap_finder.lay_grid(triangles, static_cast<unsigned int>(depth) + 1, scratch);
+        if (depth >= 0)
+            overlap_finder.lay_grid(static_cast<unsigned int>(depth) + 1);
 
         level *top = open(nullptr, {triangles.data, triangles.count}, overlap_finder.root(), depth,
                           scratch.here());
@@ -121,6 +124,8 @@ private:
     static constexpr unsigned int child_count = Tree::child_count;
     static constexpr unsigned int all_children = (1u << child_count) - 1;
     static constexpr std::uint32_t fewest_triangles = 3;
+    // A set of so many stays in a processor's own memory: 56 bytes each.
+    static constexpr std::uint32_t most_settled = 32768;
 
     // A node under construction.
     struct level
@@ -130,6 +135,8 @@ private:
         vesk_block_stack::mark before_node;
         node *made;
         vesk_number_list list;
+        const vesk_triangle_set *set; // in which the list names places; null for numbers
+        vesk_triangle_set own_set;
         std::uint8_t *overlaps;       // of each triangle, a bit for each child box
         std::uint32_t child_lists[8]; // their lengths
         unsigned int expected;        // the children that are to come
@@ -182,6 +189,9 @@ private:
             opened->before = before;
             opened->before_node = nodes.here();
             opened->list = list;
+            opened->set = parent ? parent->set : nullptr;
+            if (!opened->set && list.count <= most_settled)
+                settle(*opened, at);
             opened->overlaps = scratch.template take_array<std::uint8_t>(std::size_t{list.count} +
                                                                          vesk_list_slack);
             opened->next_child = 0;
@@ -199,7 +209,7 @@ private:
 
     bool begin_node(level &at, const node_place &where)
     {
-        overlap_finder.find(at.list.data, at.list.count, where, at.overlaps);
+        overlap_finder.find(at.list, at.set, where, at.overlaps);
         vesk_count_members(at.overlaps, at.list.count, at.child_lists);
         at.expected = 0;
         for (unsigned int child = 0; at.depth > 0 && child < child_count; ++child)
@@ -215,10 +225,30 @@ private:
         return at.made;
     }
 
+    // From here on down the list names places in a set of its own. Without memory for that, or for
+    // the time being, it goes on with numbers.
+    void settle(level &at, const node_place &where)
+    {
+        const vesk_block_stack::mark before = scratch.here();
+        std::uint32_t *places = scratch.template take_array<std::uint32_t>(
+            std::size_t{at.list.count} + vesk_list_slack);
+        if (!places ||
+            !overlap_finder.settle(at.list.data, at.list.count, where, scratch, at.own_set))
+        {
+            scratch.rewind(before);
+            return;
+        }
+        for (std::uint32_t i = 0; i < at.list.count; ++i)
+            places[i] = i;
+        at.list.data = places;
+        at.set = &at.own_set;
+    }
+
     // A node at the full depth without a callback: it has no children, and nothing but the order of
     // its own triangles shows, in which each comes with its lowest child. Null when memory is
     // short.
-    node *build_leaf(const vesk_number_list &list, const node_place &at)
+    node *build_leaf(const vesk_number_list &list, const vesk_triangle_set *set,
+                     const node_place &at)
     {
         const vesk_block_stack::mark before = scratch.here();
         node *made = nullptr;
@@ -226,12 +256,17 @@ private:
         std::uint8_t *overlaps = scratch.template take_array<std::uint8_t>(list.count);
         if (overlaps)
         {
-            overlap_finder.find_lowest(list.data, list.count, at, overlaps);
-            if (rising.find(list, overlaps, all_children, staying))
+            overlap_finder.find_lowest(list, set, at, overlaps);
+            if (rising.find(list, numbers_of(set), overlaps, all_children, staying))
                 made = take_node(at.space, staying);
         }
         scratch.rewind(before);
         return made;
+    }
+
+    static const std::uint32_t *numbers_of(const vesk_triangle_set *set)
+    {
+        return set ? set->numbers : nullptr;
     }
 
     node *take_node(const box &space, const vesk_number_list &list)
@@ -265,7 +300,7 @@ private:
             const node_place below = {at.boxes[child], at.cells.octant(child)};
             if (at.depth == 1 && !cancel_callback)
             {
-                at.made->children[child] = list.data ? build_leaf(list, below) : nullptr;
+                at.made->children[child] = list.data ? build_leaf(list, at.set, below) : nullptr;
                 scratch.rewind(before);
                 continue;
             }
@@ -335,7 +370,7 @@ private:
             if (at.child_lists[child])
                 occupied |= 1u << child;
         if (occupied & absent)
-            return rising.find(at.list, at.overlaps, absent, risen);
+            return rising.find(at.list, numbers_of(at.set), at.overlaps, absent, risen);
         risen = {nullptr, 0};
         return true;
     }

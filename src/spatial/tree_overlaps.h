@@ -2,9 +2,7 @@
 
 #include "spatial/block_stack.h"
 #include "spatial/child_lists.h"
-#include "spatial/octant_glance.h"
-#include "spatial/subset_gather.h"
-#include "spatial/triangle_grid.h"
+#include "spatial/triangle_set.h"
 
 #include <cstdint>
 
@@ -14,6 +12,9 @@
 /// A glance at a triangle's own box settles most children: on the grid where it can be, else in
 /// floats. The pairs that it leaves open are queued and tested several at once. What is not tame
 /// goes through the plain test.
+///
+/// Lists name triangles by their numbers in the mesh, or, below a node that has been settled, by
+/// their places in its set.
 template <typename Tree> class vesk_overlap_finder
 {
 public:
@@ -32,47 +33,65 @@ public:
         : tree(new_tree)
         , root_space(root)
         , boxes_are_tame(Tree::is_tame(root))
-        , test(vesk_pick_overlap_test<typename Tree::corner_source>())
-        , spans(nullptr)
+        , test(vesk_pick_overlap_test(Tree::is_flat))
         , undecided_count(0)
     {
+        for (std::uint32_t i = 0; i < chunk_size; ++i)
+            chunk_places[i] = i;
     }
 
-    /// Puts the triangles on the grid, for so many levels of splitting. Without memory for that
-    /// the glance stays with floats.
-    void lay_grid(const vesk_triangle_numbers &triangles, unsigned int levels,
-                  vesk_block_stack &scratch)
+    /// Lays the grid, for so many levels of splitting.
+    void lay_grid(unsigned int levels)
     {
         if (boxes_are_tame)
             Tree::lay_grid(root_space, levels, grid);
-        if (grid.root().size > 1)
-            spans = scratch.template take_array<vesk_grid_span>(triangles.limit);
-        for (std::uint32_t i = 0; spans && i < triangles.count; ++i)
-        {
-            const vesk_corners4 corners = tree.corners_of(triangles.data[i]);
-            spans[triangles.data[i]] = vesk_is_tame(corners) ? grid.span_of(vesk_extent_of(corners))
-                                                             : vesk_triangle_grid::nowhere();
-        }
     }
 
     /// Of the root.
     place root() const
     {
-        return {root_space, spans ? grid.root() : vesk_grid_box{{0, 0, 0}, 0}};
+        return {root_space, grid.root()};
+    }
+
+    /// Brings together what the tests below a node read; false when memory is short.
+    ///
+    /// @param numbers stays alive as long as the set
+    /// @param scratch where the set is to lie
+    bool settle(const std::uint32_t *numbers, std::uint32_t count, const place &at,
+                vesk_block_stack &scratch, vesk_triangle_set &set) const
+    {
+        float *corners =
+            scratch.template take_array<float>(vesk_triangle_set::corner_floats(count));
+        vesk_grid_span *spans =
+            at.cells.size > 1 ? scratch.template take_array<vesk_grid_span>(count) : nullptr;
+        if (!corners || (!spans && at.cells.size > 1))
+            return false;
+        for (std::uint32_t i = 0; i < count; ++i)
+        {
+            const vesk_corners4 triangle = tree.corners_of(numbers[i]);
+            vesk_put_corners(corners, i, triangle);
+            if (spans)
+                spans[i] = vesk_is_tame(triangle) ? grid.span_of(vesk_extent_of(triangle))
+                                                  : vesk_triangle_grid::nowhere();
+        }
+        set = {numbers, corners, spans};
+        return true;
     }
 
     /// Writes a byte for each triangle: bit k is set when it touches child k of the box.
-    void find(const std::uint32_t *triangles, std::uint32_t count, const place &at,
+    ///
+    /// @param set null when the triangles are not settled
+    void find(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
               std::uint8_t *overlaps)
     {
-        for_chunks(triangles, count, at, overlaps, &vesk_overlap_finder::test_all);
+        for_chunks(list, set, at, overlaps, &vesk_overlap_finder::test_all);
     }
 
     /// As `find`, but no more than the lowest bit of each byte is sure: fewer tests.
-    void find_lowest(const std::uint32_t *triangles, std::uint32_t count, const place &at,
+    void find_lowest(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
                      std::uint8_t *overlaps)
     {
-        for_chunks(triangles, count, at, overlaps, &vesk_overlap_finder::test_lowest);
+        for_chunks(list, set, at, overlaps, &vesk_overlap_finder::test_lowest);
     }
 
 private:
@@ -81,69 +100,58 @@ private:
     static constexpr unsigned int chunk_size = 512;  // triangles
     static constexpr unsigned int most_at_once = 64; // pairs
 
-    using subject = vesk_overlap_subject<typename Tree::corner_source>;
-
     const Tree &tree;
     const box root_space;
     const bool boxes_are_tame;
-    const vesk_overlap_test<typename Tree::corner_source> test;
+    const vesk_overlap_test test;
     vesk_triangle_grid grid;
-    vesk_grid_span *spans;         // of each triangle; null without a grid
+    float chunk_corners[vesk_triangle_set::corner_floats(chunk_size)]; // of what is not settled
+    std::uint32_t chunk_places[chunk_size];
     std::uint8_t open[chunk_size]; // of each triangle of the chunk, the children that it may touch
     std::uint16_t undecided[chunk_size]; // the triangles of the chunk that have any
     unsigned int undecided_count;
     vesk_overlap_pair pairs[chunk_size * child_count + 8];
 
-    using chunk_test = void (vesk_overlap_finder::*)(const subject &what, std::uint8_t *overlaps);
+    using chunk_test = void (vesk_overlap_finder::*)(const vesk_overlap_subject &subject,
+                                                     std::uint8_t *overlaps);
 
-    void for_chunks(const std::uint32_t *triangles, std::uint32_t count, const place &at,
+    void for_chunks(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
                     std::uint8_t *overlaps, chunk_test test_chunk)
     {
         const vesk_octant_boxes octants = Tree::octants_of(at.space);
-        while (count)
+        for (std::uint32_t begin = 0, count; begin < list.count; begin += count)
         {
-            const std::uint32_t in_chunk = count < chunk_size ? count : chunk_size;
-            const subject what = {tree.corners, triangles, &octants};
-            glance(triangles, in_chunk, at, octants, overlaps);
-            (this->*test_chunk)(what, overlaps);
-            triangles += in_chunk;
-            overlaps += in_chunk;
-            count -= in_chunk;
+            count = list.count - begin < chunk_size ? list.count - begin : chunk_size;
+            const std::uint32_t *triangles = list.data + begin;
+            vesk_overlap_subject subject = {chunk_corners, chunk_places, &octants};
+            if (set)
+                subject = {set->corners, triangles, &octants};
+            else
+                for (std::uint32_t i = 0; i < count; ++i)
+                    vesk_put_corners(chunk_corners, i, tree.corners_of(triangles[i]));
+
+            if (set && set->spans && at.cells.size > 1)
+                glance_on_grid(*set, subject, count, at, overlaps + begin);
+            else
+                glance_in_floats(subject, count, at, overlaps + begin);
+            (this->*test_chunk)(subject, overlaps + begin);
         }
     }
 
-    // Leaves the near children of each triangle in `overlaps`, which the tests take back again,
-    // those of them that are open in `open`, and the triangles that have such ones in `undecided`.
-    void glance(const std::uint32_t *triangles, std::uint32_t count, const place &at,
-                const vesk_octant_boxes &octants, std::uint8_t *overlaps)
-    {
-        if (at.cells.size > 1)
-            glance_on_grid(triangles, count, at.cells, overlaps);
-        else
-            for (undecided_count = 0; undecided_count < count; ++undecided_count)
-                undecided[undecided_count] = static_cast<std::uint16_t>(undecided_count);
-        for (std::uint32_t k = 0; k < undecided_count; ++k)
-        {
-            const unsigned int i = undecided[k];
-            if (at.cells.size > 1 && open[i] != 0xFF)
-                continue;
-            const vesk_octant_glance seen = glance_in_floats(triangles[i], at.space, octants);
-            overlaps[i] = static_cast<std::uint8_t>(seen.near & all_children);
-            open[i] = static_cast<std::uint8_t>(seen.open & all_children);
-        }
-    }
-
-    // Those that are not on the grid come out with all eight open.
-    void glance_on_grid(const std::uint32_t *triangles, std::uint32_t count,
-                        const vesk_grid_box &cells, std::uint8_t *overlaps)
+    // A glance leaves the near children of each triangle in `overlaps`, which the tests take back
+    // again, those of them that are open in `open`, and in `undecided` the triangles that have
+    // such ones.
+    void glance_on_grid(const vesk_triangle_set &set, const vesk_overlap_subject &subject,
+                        std::uint32_t count, const place &at, std::uint8_t *overlaps)
     {
         // Bytes are written, which may alias anything: what the loop reads is better its own.
-        const vesk_grid_glance on_grid(cells);
-        const vesk_grid_span *const span_of = spans;
+        const vesk_grid_glance on_grid(at.cells);
+        const vesk_grid_span *const spans = set.spans;
+        const std::uint32_t *const places = subject.places;
         unsigned int found = 0;
         for (std::uint32_t i = 0; i < count; ++i)
         {
-            const vesk_octant_glance seen = on_grid.look(span_of[triangles[i]]);
+            const vesk_octant_glance seen = on_grid.look(spans[places[i]]);
             overlaps[i] = static_cast<std::uint8_t>(seen.near);
             open[i] = static_cast<std::uint8_t>(seen.open);
             // No branch: whether something is open can't be told beforehand.
@@ -151,24 +159,49 @@ private:
             found += seen.open != 0;
         }
         undecided_count = found;
+        // Those that are not on the grid have come out with all eight open.
+        for (unsigned int k = 0; k < found; ++k)
+            if (open[undecided[k]] == 0xFF)
+                glance_at_one(subject, undecided[k], at, overlaps);
     }
 
-    vesk_octant_glance glance_in_floats(std::uint32_t triangle, const box &space,
-                                        const vesk_octant_boxes &octants) const
+    void glance_in_floats(const vesk_overlap_subject &subject, std::uint32_t count, const place &at,
+                          std::uint8_t *overlaps)
     {
-        const vesk_corners4 corners = tree.corners_of(triangle);
-        if (boxes_are_tame && vesk_is_tame(corners))
-            return vesk_glance_at_octants(octants, vesk_extent_of(corners));
-        return {overlaps_one_by_one(triangle, space), 0};
+        unsigned int found = 0;
+        for (std::uint32_t i = 0; i < count; ++i)
+        {
+            glance_at_one(subject, i, at, overlaps);
+            undecided[found] = static_cast<std::uint16_t>(i);
+            found += open[i] != 0;
+        }
+        undecided_count = found;
     }
 
-    unsigned int overlaps_one_by_one(std::uint32_t triangle, const box &space) const
+    void glance_at_one(const vesk_overlap_subject &subject, std::uint32_t i, const place &at,
+                       std::uint8_t *overlaps)
+    {
+        const vesk_corners4 triangle = vesk_corners_at(subject.corners, subject.places[i]);
+        vesk_octant_glance seen = {0, 0};
+        if (boxes_are_tame && vesk_is_tame(triangle))
+            seen = vesk_glance_at_octants(*subject.octants, vesk_extent_of(triangle));
+        else
+            seen.near = overlaps_one_by_one(triangle, at.space);
+        overlaps[i] = static_cast<std::uint8_t>(seen.near & all_children);
+        open[i] = static_cast<std::uint8_t>(seen.open & all_children);
+    }
+
+    static unsigned int overlaps_one_by_one(const vesk_corners4 &triangle, const box &space)
     {
         box boxes[child_count];
         Tree::split(space, boxes);
+        const auto corner = [](vesk_float4 lanes)
+        { return vesk_vector3(lanes[0], lanes[1], lanes[2]); };
+        const vesk_vector3 corners[3] = {corner(triangle.a), corner(triangle.b),
+                                         corner(triangle.c)};
         unsigned int found = 0;
         for (unsigned int child = 0; child < child_count; ++child)
-            if (tree.overlaps(triangle, boxes[child]))
+            if (Tree::overlaps(corners, boxes[child]))
                 found |= 1u << child;
         return found;
     }
@@ -186,7 +219,7 @@ private:
     }
 
     // All open pairs.
-    void test_all(const subject &what, std::uint8_t *overlaps)
+    void test_all(const vesk_overlap_subject &subject, std::uint8_t *overlaps)
     {
         unsigned int pair_count = 0;
         for (unsigned int k = 0; k < undecided_count; ++k)
@@ -199,7 +232,7 @@ private:
         for (unsigned int begin = 0, end; begin < pair_count; begin = end)
         {
             end = begin + most_at_once < pair_count ? begin + most_at_once : pair_count;
-            std::uint64_t missed = missed_pairs(what, begin, end);
+            std::uint64_t missed = missed_pairs(subject, begin, end);
             for (; missed; missed &= missed - 1)
             {
                 const unsigned int pair = pairs[begin + lowest_bit(missed)];
@@ -209,7 +242,7 @@ private:
     }
 
     // Of each triangle the lowest near child, if it is open; a miss brings the next one.
-    void test_lowest(const subject &what, std::uint8_t *overlaps)
+    void test_lowest(const vesk_overlap_subject &subject, std::uint8_t *overlaps)
     {
         constexpr unsigned int at_once = vesk_overlap_pair_slack + 1;
         unsigned int pair_count = 0;
@@ -223,7 +256,7 @@ private:
                 end_queue(pair_count);
                 end = pair_count;
             }
-            std::uint64_t missed = missed_pairs(what, begin, end);
+            std::uint64_t missed = missed_pairs(subject, begin, end);
             for (; missed; missed &= missed - 1)
             {
                 const unsigned int i = pairs[begin + lowest_bit(missed)] >> 3;
@@ -241,9 +274,11 @@ private:
         pair_count += open[triangle] >> child & 1;
     }
 
-    std::uint64_t missed_pairs(const subject &what, unsigned int begin, unsigned int end) const
+    std::uint64_t missed_pairs(const vesk_overlap_subject &subject, unsigned int begin,
+                               unsigned int end) const
     {
-        return test(what, pairs + begin, end - begin) & ~std::uint64_t{0} >> (64 - (end - begin));
+        return test(subject, pairs + begin, end - begin) &
+               ~std::uint64_t{0} >> (64 - (end - begin));
     }
 
     static unsigned int lowest_bit(std::uint64_t of)

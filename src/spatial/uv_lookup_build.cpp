@@ -12,9 +12,9 @@ struct quadtree_kind
     using node = vesk_uv_lookup_node_s;
     using box = vesk_quadtree_aa_bounding_rect_s;
     static constexpr unsigned int child_count = 4;
-    using corner_source = vesk_raster_corners;
+    static constexpr bool is_flat = true;
 
-    corner_source corners;
+    const vesk_vector3 *corners; // three for each triangle, and one more that is only read
     vesk_uv_lookup_triangle_s *records;
 
     static box &box_of(node &of)
@@ -60,16 +60,16 @@ struct quadtree_kind
 
     vesk_corners4 corners_of(std::uint32_t triangle) const
     {
-        const vesk_vector3 *first = corners.corners + std::size_t{triangle} * 3;
+        const vesk_vector3 *first = corners + std::size_t{triangle} * 3;
         return {vesk_load4(first), vesk_load4(first + 1), vesk_load4(first + 2)};
     }
 
-    bool overlaps(std::uint32_t triangle, const box &space) const
+    static bool overlaps(const vesk_vector3 *triangle, const box &space)
     {
         const vesk_vector2 half = (space.max - space.min) * 0.5f;
         return vesk_triangle_box_overlap(
             vesk_vector3(space.min.x + half.x, 0.0f, space.min.y + half.y),
-            vesk_vector3(half.x, 0.5f, half.y), corners.corners + std::size_t{triangle} * 3);
+            vesk_vector3(half.x, 0.5f, half.y), triangle);
     }
 };
 
@@ -115,7 +115,7 @@ vesk_quadtree_aa_bounding_rect_s root_rect(const raster &space)
 
 quadtree_kind kind_of(const vesk_mesh &mesh)
 {
-    return {{mesh.uv_lookup_vertex_array},
+    return {mesh.uv_lookup_vertex_array,
             reinterpret_cast<vesk_uv_lookup_triangle_s *>(mesh.uv_lookup_index_array)};
 }
 } // namespace

@@ -3,7 +3,9 @@
 #include "support/plain_uv_lookup.h"
 #include "support/tree_compare.h"
 
+#include <cmath>
 #include <functional>
+#include <random>
 #include <set>
 
 namespace
@@ -163,6 +165,61 @@ TYPED_TEST(TreeBuild, EqualsThePlainTreeOnMeshesOfAllKinds)
                 expect_plain_tree<TypeParam>(mesh, depth);
             }
         }
+}
+
+// More triangles than are brought together at a time; some of them twice.
+TYPED_TEST(TreeBuild, EqualsThePlainTreeOnLargeMeshes)
+{
+    mesh_source source = displaced_sphere(36000);
+    source.subsets = {0, 35000, 34000 * 7, 2000, 0, 300};
+    owned_mesh mesh(source);
+    expect_plain_tree<TypeParam>(mesh, 4);
+    vesk_list<unsigned int> subsets;
+    assign_list(subsets, {0, 1, 2});
+    expect_plain_tree<TypeParam>(mesh, 4, &subsets);
+}
+
+namespace
+{
+/// A side of some box on one axis of a root from `low` to `high`, or a float close by.
+float beside_a_side(std::mt19937 &random, float low, float high)
+{
+    for (auto levels = random() % 6; levels > 0; --levels)
+    {
+        const float half = (high - low) * 0.5f;
+        low = random() % 2 ? low + half : low;
+        high = low + half;
+    }
+    float side = random() % 2 ? low : high;
+    for (auto steps = random() % 5; steps > 0; --steps)
+        side = std::nextafter(side, random() % 2 ? 1e9f : -1e9f);
+    return side;
+}
+} // namespace
+
+// Corners within a few roundings of the sides of boxes, near the origin and far from it.
+TYPED_TEST(TreeBuild, EqualsThePlainTreeBesideTheSidesOfBoxes)
+{
+    std::mt19937 random(12);
+    for (float offset : {0.0f, 5.0f, -300.0f, 70000.0f})
+    {
+        SCOPED_TRACE(offset);
+        mesh_source source = random_soup(9, 150);
+        const float low = offset - 1.0f, high = offset + 1.0f;
+        for (vesk_3d_vertex_s &vertex : source.vertices)
+            for (unsigned int axis = 0; axis < 3; ++axis)
+                vertex.position[axis] = random() % 4
+                                            ? beside_a_side(random, low - 0.01f, high + 0.01f)
+                                            : vertex.position[axis] + offset;
+        for (vesk_vector2 &uv : source.channels[0].uvs)
+            uv = vesk_vector2((beside_a_side(random, -0.01f, 64.01f) + 0.5f) / 64.0f,
+                              (47.5f - beside_a_side(random, -0.01f, 48.01f)) / 48.0f);
+        owned_mesh mesh(source);
+        mesh.bounding_box_min = vesk_vector3(low, low, low);
+        mesh.bounding_box_max = vesk_vector3(high, high, high);
+        for (unsigned int depth : {3u, 5u})
+            expect_plain_tree<TypeParam>(mesh, depth);
+    }
 }
 
 // The box is the host's field: what lies outside of it, and boxes that no test likes.
