@@ -69,15 +69,12 @@ int check_current_channel(const vesk_mesh &mesh, unsigned int &usable_uvs, vesk_
         return report(fault, vesk_mesh_fault_missing_array, 0);
 
     const unsigned int channel = mesh.cur_uv_channel;
-    if (mesh.instance_geometry)
-        usable_uvs = mesh.uv_count;
-    else if (channel >= mesh.uv_channel_arrays.count)
-        usable_uvs = 1; // the shared zero UV
-    else if (mesh.uv_array != mesh.uv_channel_arrays[channel] ||
-             mesh.uv_count != mesh.uv_channel_counts[channel])
+    const bool is_listed = !mesh.instance_geometry && channel < mesh.uv_channel_arrays.count;
+    if (is_listed && (mesh.uv_array != mesh.uv_channel_arrays[channel] ||
+                      mesh.uv_count != mesh.uv_channel_counts[channel]))
         return report(fault, vesk_mesh_fault_current_channel, channel);
-    else
-        usable_uvs = mesh.uv_count;
+    const bool is_shared_zero = !mesh.instance_geometry && !is_listed;
+    usable_uvs = is_shared_zero ? 1 : mesh.uv_count;
     return 1;
 }
 

@@ -74,7 +74,7 @@ public:
     void hand_on() noexcept;
 
     /// Gives back a block and all that came after it.
-    static void release_chain(block *first) noexcept;
+    static void release_chain(block *chain) noexcept;
 
 private:
     static constexpr std::size_t alignment = alignof(void *);

@@ -14,14 +14,15 @@ public:
 
     const float *operator()(const vesk_uv_lookup_triangle_s *record) const
     {
+        // Whole addresses are reckoned with. NOLINTNEXTLINE(performance-no-int-to-ptr)
         return reinterpret_cast<const float *>(start +
                                                reinterpret_cast<std::uintptr_t>(record) * growth);
     }
 
 private:
-    static_assert(sizeof(vesk_uv_lookup_triangle_s) == 28 && sizeof(vesk_vector3) == 12, "");
+    static_assert(sizeof(vesk_uv_lookup_triangle_s) == 28 && sizeof(vesk_vector3) == 12);
     static constexpr std::uintptr_t seventh = static_cast<std::uintptr_t>(0x6DB6DB6DB6DB6DB7u);
-    static_assert(static_cast<std::uintptr_t>(seventh * 7) == 1, "");
+    static_assert(static_cast<std::uintptr_t>(seventh * 7) == 1);
     static constexpr std::uintptr_t growth = seventh * 9;
 
     const std::uintptr_t start;

@@ -7,7 +7,7 @@
 /// Nodes that wait in one stretch of a walk: enough for any tree that pays off. A deeper one goes
 /// on in a further stretch. Each stretch costs the calling thread's stack about 4 KB and takes at
 /// least 70 levels of an octree, which leave at most seven nodes waiting on each.
-constexpr unsigned int vesk_pending_capacity = 500;
+inline constexpr unsigned int vesk_pending_capacity = 500;
 
 /// Visits a node that the query reaches, and what it reaches below. Never allocates.
 ///

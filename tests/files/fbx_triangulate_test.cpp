@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-using vesk_fbx::matrix3;
 using vesk_fbx::polygon_splitter;
 using vesk_fbx::vector2;
 using vesk_fbx::vector3;

@@ -38,9 +38,10 @@ VESK_INLINE void vesk_plane3::create_from_triangle(const vesk_vector3 &a, const 
 VESK_INLINE void vesk_plane3::set_normal_and_point(const vesk_vector3 &new_normal,
                                                    const vesk_vector3 &new_point)
 {
-    const vesk_vector3 kept_point = new_point; // either may be a field of this plane
+    // Either may be a field of this plane, so that a reference would not do.
+    const vesk_vector3 kept = new_point; // NOLINT(performance-unnecessary-copy-initialization)
     normal = new_normal;
-    point = kept_point;
+    point = kept;
     d = -vesk_plane_detail::dot(normal, point);
 }
 

@@ -38,7 +38,7 @@ FbxManager *FbxManager::Create()
 FbxManager::~FbxManager()
 {
     while (m_first)
-        m_first->Destroy();
+        m_first->Destroy(); // NOLINT(clang-analyzer-cplusplus.NewDelete): the first leaves the list
 }
 
 void FbxManager::Destroy()
