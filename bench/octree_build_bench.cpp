@@ -8,7 +8,7 @@
 #include "interleaved.h"
 #include "spatial/block_stack.h"
 #include "support/mesh_builder.h"
-#include "support/plain_octree.h"
+#include "support/plain_tree.h"
 
 #include <map>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "equal_trees.h"
 #include "interleaved.h"
-#include "support/plain_octree.h"
 #include "support/plain_query.h"
+#include "support/plain_tree.h"
 #include "surface_meshes.h"
 
 #include <benchmark/benchmark.h>
@@ -11,6 +11,49 @@
 
 // Rays and lines per second through the octree, beside the plain walk's over the equal tree that
 // the plain builder makes: its nodes and lists lie on the heap where that builder puts them.
+
+namespace plain
+{
+inline int any(const vesk_mesh &mesh, const question &q)
+{
+    bool stopped = false;
+    auto take = [](const hit &, vesk_octree_triangle_s *) { return true; };
+    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
+}
+
+inline int all(const vesk_mesh &mesh, const question &q, vesk_list<float> &distances,
+               vesk_list<vesk_octree_triangle_s *> &triangles,
+               vesk_list<vesk_vector2> &barycentrics)
+{
+    bool stopped = false;
+    auto take = [&](const hit &h, vesk_octree_triangle_s *record)
+    {
+        distances.push_back(h.t);
+        barycentrics.push_back(vesk_vector2(h.u, h.v));
+        triangles.push_back(record);
+        return false;
+    };
+    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
+}
+
+inline int closest(const vesk_mesh &mesh, const question &q, float &distance,
+                   vesk_octree_triangle_s &triangle, vesk_vector2 &barycentric)
+{
+    bool stopped = false;
+    distance = 3.4028235e+38f;
+    auto take = [&](const hit &h, vesk_octree_triangle_s *record)
+    {
+        if (distance > h.t)
+        {
+            distance = h.t;
+            triangle = *record;
+            barycentric = vesk_vector2(h.u, h.v);
+        }
+        return false;
+    };
+    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
+}
+} // namespace plain
 
 namespace
 {

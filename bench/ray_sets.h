@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/surface_meshes.h"
+#include "surface_meshes.h"
 #include "vesk/vector.h"
 
 #include <vector>

@@ -4,7 +4,7 @@
 
 #include "interleaved.h"
 #include "support/mesh_builder.h"
-#include "support/plain_uv_lookup.h"
+#include "support/plain_tree.h"
 
 #include <map>
 
@@ -52,6 +52,27 @@ void report(benchmark::State &state, const vesk_mesh &mesh)
     state.SetItemsProcessed(state.iterations() * (mesh.index_count / 7));
 }
 
+// Raster corners and lookup records of a mesh, into arrays that have room for them.
+void fill_raster(const vesk_mesh &mesh, unsigned int width, unsigned int height,
+                 vesk_vector3 *corners, unsigned int *records)
+{
+    const float w = static_cast<float>(width), h = static_cast<float>(height);
+    for (unsigned int i = 0; i < mesh.index_count / 7 * 7; i += 7)
+    {
+        for (unsigned int c = 0; c < 3; ++c)
+        {
+            const unsigned int corner = i / 7 * 3 + c;
+            const vesk_vector2 &uv = mesh.uv_array[mesh.index_array[i + 3 + c]];
+            corners[corner].x = uv.x * w - 0.5f;
+            corners[corner].y = 0.0f;
+            corners[corner].z = h - uv.y * h - 0.5f;
+            records[i + c] = corner;
+            records[i + 3 + c] = mesh.index_array[i + 3 + c];
+        }
+        records[i + 6] = i;
+    }
+}
+
 // What the plain builder works on: the mesh with arrays of its own.
 struct plain_lookup
 {
@@ -65,8 +86,8 @@ struct plain_lookup
         arrays.uv_lookup_index_count = mesh.index_count;
         arrays.uv_lookup_vertex_array = new vesk_vector3[triangle_count * 3];
         arrays.uv_lookup_index_array = new unsigned int[triangle_count * 7];
-        plain::fill_raster(mesh, raster, raster, arrays.uv_lookup_vertex_array,
-                           arrays.uv_lookup_index_array);
+        fill_raster(mesh, raster, raster, arrays.uv_lookup_vertex_array,
+                    arrays.uv_lookup_index_array);
         root = plain::build_uv_lookup(arrays, depth, nullptr, nullptr);
     }
 

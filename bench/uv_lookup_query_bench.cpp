@@ -1,7 +1,7 @@
 #include "equal_trees.h"
 #include "interleaved.h"
 #include "support/plain_query.h"
-#include "support/plain_uv_lookup.h"
+#include "support/plain_tree.h"
 #include "surface_meshes.h"
 
 #include <benchmark/benchmark.h>

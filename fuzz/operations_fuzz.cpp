@@ -301,8 +301,7 @@ void derive(player &p, byte_source &source)
     switch (source.below(6))
     {
     case 0:
-        p.mesh.generate_normals();
-        break;
+        return p.mesh.generate_normals();
     case 1:
         FUZZ_CHECK(p.mesh.generate_tangents() == 1);
         p.expected.has_tangents = true;
@@ -313,11 +312,9 @@ void derive(player &p, byte_source &source)
         p.expected.has_render_index = true;
         break;
     case 3:
-        sort_colors(p, source);
-        break;
+        return sort_colors(p, source);
     case 4:
-        build_octree(p, source);
-        break;
+        return build_octree(p, source);
     default:
         build_quadtree(p, source);
     }
@@ -453,17 +450,13 @@ struct game
         switch (operation)
         {
         case 0:
-            fill(p, source);
-            break;
+            return fill(p, source);
         case 1:
-            copy(p, source.below(8) == 0 ? p : lender);
-            break;
+            return copy(p, source.below(8) == 0 ? p : lender);
         case 2:
-            pass_through_file(p, players[source.below(2)], source);
-            break;
+            return pass_through_file(p, players[source.below(2)], source);
         case 3:
-            load_nothing(p, source);
-            break;
+            return load_nothing(p, source);
         case 4:
         case 5:
             borrow(p, lender, source);
@@ -472,17 +465,13 @@ struct game
         case 6:
         case 7:
         case 8:
-            derive(p, source);
-            break;
+            return derive(p, source);
         case 9:
-            transform(p, source);
-            break;
+            return transform(p, source);
         case 10:
-            release(p, source);
-            break;
+            return release(p, source);
         case 11:
-            set_channel(p, source);
-            break;
+            return set_channel(p, source);
         default:
             change_subsets(p, source);
         }

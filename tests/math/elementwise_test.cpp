@@ -103,6 +103,7 @@ TYPED_TEST(Elementwise, EqualityIsExactAndReadsEveryElement)
             const int is_zero = bits == 0x80000000u, is_number = bits != 0x7FC00000u;
             EXPECT_TRUE((a == zero) == is_zero && (b == zero) == is_zero) << i;
             EXPECT_TRUE((a != zero) == !is_zero && (b != zero) == !is_zero) << i;
+            EXPECT_TRUE((zero == a) == is_zero && (zero != a) == !is_zero) << i;
             EXPECT_TRUE((a == b) == is_number && (b != b) == !is_number) << i;
             if constexpr (count_of<T> <= 4)
             {

@@ -1,3 +1,4 @@
+#include "spatial/octree_walk.h"
 #include "support/bits.h"
 #include "support/failing_new.h"
 #include "support/plain_query.h"
@@ -23,16 +24,14 @@ struct closest_hit
 
 int ask_any(const vesk_mesh &mesh, const plain::question &q)
 {
-    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
-    float *minimum = q.minimum_distance ? &limit : nullptr;
+    float *const minimum = const_cast<float *>(q.minimum_distance);
     return q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, minimum)
                      : mesh.is_ray_intersect(q.origin, q.direction, minimum);
 }
 
 int ask_all(const vesk_mesh &mesh, const plain::question &q, hit_lists &hits)
 {
-    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
-    float *minimum = q.minimum_distance ? &limit : nullptr;
+    float *const minimum = const_cast<float *>(q.minimum_distance);
     return q.is_line ? mesh.is_line_intersect(q.origin, q.direction, q.length, hits.distances,
                                               hits.triangles, hits.barycentrics, minimum)
                      : mesh.is_ray_intersect(q.origin, q.direction, hits.distances, hits.triangles,
@@ -41,65 +40,96 @@ int ask_all(const vesk_mesh &mesh, const plain::question &q, hit_lists &hits)
 
 int ask_closest(const vesk_mesh &mesh, const plain::question &q, closest_hit &hit)
 {
-    float limit = q.minimum_distance ? *q.minimum_distance : 0.0f;
-    float *minimum = q.minimum_distance ? &limit : nullptr;
+    float *const minimum = const_cast<float *>(q.minimum_distance);
     return q.is_line ? mesh.is_line_intersect_closest(q.origin, q.direction, q.length, hit.distance,
                                                       hit.triangle, hit.barycentric, minimum)
                      : mesh.is_ray_intersect_closest(q.origin, q.direction, hit.distance,
                                                      hit.triangle, hit.barycentric, minimum);
 }
 
-template <typename T> bool same_value(const T *a, const T *b)
+struct listed_hit
 {
-    return a == b;
-}
+    float t, u, v;
+    vesk_octree_triangle_s *triangle;
 
-bool same_value(float a, float b)
-{
-    return same_bits(a, b);
-}
+    bool operator==(const listed_hit &other) const
+    {
+        return same_bits(t, other.t) && same_bits(u, other.u) && same_bits(v, other.v) &&
+               triangle == other.triangle;
+    }
+};
 
-bool same_value(const vesk_vector2 &a, const vesk_vector2 &b)
+class hit_log final : public vesk_octree_hits
 {
-    return same_bits(a, b);
-}
+public:
+    std::vector<listed_hit> hits;
 
-template <typename T> bool same_list(const vesk_list<T> &a, const vesk_list<T> &b)
+    void take(float t, float u, float v, vesk_octree_triangle_s *triangle) override
+    {
+        hits.push_back({t, u, v, triangle});
+    }
+};
+
+/// The walks for every instruction set that this machine has, over the tree as its owner and, which
+/// counts on nothing, as a borrower sees it.
+void compare_walks(const vesk_mesh &mesh, const plain::question &q,
+                   const std::vector<listed_hit> &expected)
 {
-    if (a.count != b.count || a.size != b.size)
-        return false;
-    for (unsigned int i = 0; i < a.count; ++i)
-        if (!same_value(a[i], b[i]))
-            return false;
-    return true;
+    std::vector<const vesk_octree_walks *> walks_of_this_machine = {&vesk_octree_walks_baseline};
+#if defined(VESK_OCTREE_WALKS_AVX2)
+    if (__builtin_cpu_supports("avx2"))
+        walks_of_this_machine.push_back(&vesk_octree_walks_avx2);
+#endif
+    for (const vesk_octree_walks *walks : walks_of_this_machine)
+        for (const bool is_own : {false, true})
+        {
+            if (is_own && mesh.instance_octree)
+                continue;
+            const vesk_octree_question question = {mesh.octree,    mesh.vertex_array, is_own,
+                                                   q.is_line != 0, q.origin,          q.direction,
+                                                   q.length,       q.minimum_distance};
+            hit_log log;
+            EXPECT_EQ(walks->any(question), !expected.empty());
+            EXPECT_EQ(walks->every(question, log), !expected.empty());
+            EXPECT_TRUE(log.hits == expected)
+                << (is_own ? "own, " : "lent, ") << log.hits.size() << " of " << expected.size();
+        }
 }
 
 /// Puts one question in all three forms to the library and to the plain walk. Returns the number
 /// of hits, so that a test can tell that it asked something.
 unsigned int compare(const vesk_mesh &mesh, const plain::question &q)
 {
-    const int any = ask_any(mesh, q);
-    EXPECT_EQ(any, plain::any(mesh, q));
+    std::vector<listed_hit> expected;
+    closest_hit least;
+    least.distance = largest_float;
+    auto take = [&](const plain::hit &h, vesk_octree_triangle_s *record)
+    {
+        expected.push_back({h.t, h.u, h.v, record});
+        if (least.distance > h.t)
+            least = {h.t, *record, vesk_vector2(h.u, h.v)};
+        return false;
+    };
+    bool stopped = false;
+    const int found = plain::walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
+    compare_walks(mesh, q, expected);
 
-    hit_lists hits, plain_hits;
-    hits.distances.push_back(3.0f);
-    plain_hits.distances.push_back(3.0f);
-    EXPECT_EQ(ask_all(mesh, q, hits), any);
-    EXPECT_EQ(
-        plain::all(mesh, q, plain_hits.distances, plain_hits.triangles, plain_hits.barycentrics),
-        any);
-    EXPECT_TRUE(same_list(hits.distances, plain_hits.distances));
-    EXPECT_TRUE(same_list(hits.triangles, plain_hits.triangles));
-    EXPECT_TRUE(same_list(hits.barycentrics, plain_hits.barycentrics));
+    EXPECT_EQ(ask_any(mesh, q), found);
+    hit_lists hits;
+    EXPECT_EQ(ask_all(mesh, q, hits), found);
+    EXPECT_TRUE(hits.triangles.count == hits.distances.count &&
+                hits.barycentrics.count == hits.distances.count);
+    std::vector<listed_hit> listed;
+    for (unsigned int i = 0; i < hits.distances.count; ++i)
+        listed.push_back(
+            {hits.distances[i], hits.barycentrics[i].x, hits.barycentrics[i].y, hits.triangles[i]});
+    EXPECT_TRUE(listed == expected);
 
-    closest_hit closest, plain_closest;
-    EXPECT_EQ(ask_closest(mesh, q, closest), any);
-    EXPECT_EQ(plain::closest(mesh, q, plain_closest.distance, plain_closest.triangle,
-                             plain_closest.barycentric),
-              any);
-    EXPECT_TRUE(same_bits(closest.distance, plain_closest.distance));
-    EXPECT_EQ(std::memcmp(&closest.triangle, &plain_closest.triangle, sizeof(closest.triangle)), 0);
-    EXPECT_TRUE(same_bits(closest.barycentric, plain_closest.barycentric));
+    closest_hit closest;
+    EXPECT_EQ(ask_closest(mesh, q, closest), found);
+    EXPECT_TRUE(same_bits(closest.distance, least.distance));
+    EXPECT_EQ(std::memcmp(&closest.triangle, &least.triangle, sizeof(closest.triangle)), 0);
+    EXPECT_TRUE(same_bits(closest.barycentric, least.barycentric));
     return hits.triangles.count;
 }
 
@@ -212,14 +242,68 @@ using OctreeQueryOneTriangle = one_triangle;
 TEST(OctreeQuery, HostBuiltTreesOfAnyShapeGiveThePlainWalksAnswers)
 {
     for (soup_kind kind : all_soup_kinds)
+    {
+        unsigned int hit_count = 0;
         for (unsigned int seed = 0; seed < 12; ++seed)
         {
             SCOPED_TRACE(testing::Message()
                          << "kind " << static_cast<int>(kind) << ", seed " << seed);
             soup s(kind, 5 + seed * 9, seed);
             s.lend_random_tree(seed % 4);
-            EXPECT_GT(compare_many(s, 150), 0u);
+            hit_count += compare_many(s, 150);
         }
+        EXPECT_GT(hit_count, 1000u);
+    }
+}
+
+TEST(OctreeQuery, OwnTreesGiveThePlainWalksAnswers)
+{
+    unsigned int hit_count = 0;
+    for (soup_kind kind : all_soup_kinds)
+    {
+        const unsigned int hits_before = hit_count;
+        for (unsigned int seed = 0; seed < 8; ++seed)
+        {
+            SCOPED_TRACE(testing::Message()
+                         << "kind " << static_cast<int>(kind) << ", seed " << seed);
+            soup s(kind, seed * seed * 9, seed);
+            if (kind == soup_kind::special && seed % 4)
+            {
+                // Infinities in the mesh's own box would leave no node for a ray to reach.
+                s.mesh.bounding_box_min = vesk_vector3(-1.0f, -1.0f, -1.0f);
+                s.mesh.bounding_box_max = vesk_vector3(1.0f, 1.0f, 1.0f);
+            }
+            vesk_list<unsigned int> second_half;
+            second_half.push_back(1);
+            const bool by_subset = seed % 3 == 2;
+            ASSERT_EQ(s.mesh.generate_octree(seed % 5, by_subset ? &second_half : nullptr, nullptr),
+                      1);
+            if (seed > 0)
+                hit_count += compare_many(s, 60);
+
+            // Positions move, boxes stay.
+            for (vesk_3d_vertex_s &vertex : s.vertices)
+                vertex.position.x = vertex.position.x * 1.5f + 0.25f;
+            if (seed > 0)
+                hit_count += compare_many(s, 15);
+        }
+        EXPECT_GT(hit_count, hits_before);
+    }
+}
+
+TEST(OctreeQuery, BoxesWithoutExtentOrWithoutBoundsAreSplitAlike)
+{
+    soup s(soup_kind::gridded, 60, 4);
+    const float boxes[][2] = {{0.0f, 0.0f},     {-0.0f, 0.0f},   {-3.0e38f, 3.0e38f},
+                              {1.0e-42f, 0.0f}, {-1.0f, 1.0e9f}, {16777216.0f, 16777218.0f}};
+    for (const auto &box : boxes)
+    {
+        SCOPED_TRACE(testing::Message() << box[0] << " to " << box[1]);
+        s.mesh.bounding_box_min = vesk_vector3(box[0], -1.0f, box[0]);
+        s.mesh.bounding_box_max = vesk_vector3(box[1], 1.0f, box[1]);
+        if (s.mesh.generate_octree(4, nullptr, nullptr))
+            compare_many(s, 40);
+    }
 }
 
 TEST(OctreeQuery, BoxTestIsThePlainOne)

@@ -1,3 +1,4 @@
+#include "spatial/texel_descent.h"
 #include "support/bits.h"
 #include "support/failing_new.h"
 #include "support/plain_query.h"
@@ -83,7 +84,40 @@ private:
     }
 };
 
-void compare(const vesk_mesh &mesh, const vesk_vector2 &point, int &found)
+/// The way of a texel down an own quadtree, for every instruction set that this machine has: it
+/// comes to an end with the plain answer, or leaves the root to the walk. How many came to an end.
+unsigned int compare_descents(const vesk_mesh &mesh, const vesk_vector2 &point, int found,
+                              const vesk_uv_lookup_triangle_s &expected,
+                              const vesk_vector2 &expected_weights)
+{
+    std::vector<const vesk_texel_descent *> descents = {&vesk_texel_descent_baseline};
+#if defined(VESK_TEXEL_DESCENT_AVX2)
+    if (__builtin_cpu_supports("avx2"))
+        descents.push_back(&vesk_texel_descent_avx2);
+#endif
+    unsigned int ended = 0;
+    for (const vesk_texel_descent *descent : descents)
+    {
+        const vesk_texel_question question = {mesh.uv_lookup_vertex_array,
+                                              mesh.uv_lookup_index_array, point};
+        const vesk_uv_lookup_node_s *node = mesh.uv_lookup_root;
+        vesk_vector2 weights;
+        const vesk_uv_lookup_triangle_s *triangle = descent->run(question, node, weights);
+        if (triangle)
+        {
+            EXPECT_EQ(found, 1);
+            EXPECT_EQ(triangle->record_offset, expected.record_offset);
+            EXPECT_TRUE(same_bits(weights, expected_weights));
+        }
+        else
+            EXPECT_TRUE(node ? node == mesh.uv_lookup_root : found == 0);
+        ended += triangle || !node;
+    }
+    return ended;
+}
+
+void compare(const vesk_mesh &mesh, const vesk_vector2 &point, int &found,
+             unsigned int *ended = nullptr)
 {
     vesk_uv_lookup_triangle_s triangle = {}, plain_triangle = {};
     vesk_vector2 weights, plain_weights;
@@ -93,6 +127,8 @@ void compare(const vesk_mesh &mesh, const vesk_vector2 &point, int &found)
     ASSERT_EQ(std::memcmp(&triangle, &plain_triangle, sizeof(triangle)), 0);
     ASSERT_TRUE(!answer || same_bits(weights, plain_weights));
     found += answer;
+    if (ended)
+        *ended += compare_descents(mesh, point, answer, plain_triangle, plain_weights);
 }
 } // namespace
 
@@ -121,17 +157,19 @@ TEST(UvLookupQuery, HostBuiltTreesOfAnyShapeGiveThePlainWalksAnswers)
 TEST(UvLookupQuery, OwnTreesGiveThePlainWalksAnswers)
 {
     int found = 0;
+    unsigned int ended = 0;
     for (unsigned int seed = 0; seed < 24; ++seed)
     {
         const unsigned int triangle_count = seed * 4;
+        const float reach = seed % 4 == 1 ? 3.0f : 0.3f;
         soup s(soup_kind::scattered, triangle_count, seed);
         std::vector<vesk_vector2> uvs(triangle_count * 3);
         for (unsigned int i = 0; i < triangle_count * 3; ++i)
         {
             const vesk_vector2 centre(s.random.between(0.0f, 1.0f), s.random.between(0.0f, 1.0f));
             uvs[i] = i % 3 == 0 ? centre
-                                : uvs[i / 3 * 3] + vesk_vector2(s.random.between(-0.3f, 0.3f),
-                                                                s.random.between(-0.3f, 0.3f));
+                                : uvs[i / 3 * 3] + vesk_vector2(s.random.between(-reach, reach),
+                                                                s.random.between(-reach, reach));
             if (seed % 3 == 0) // texel centres on edges, corners and seams
                 uvs[i] = vesk_vector2((static_cast<float>(s.random.below(17)) + 0.5f) / 16.0f,
                                       (static_cast<float>(s.random.below(17)) + 0.5f) / 16.0f);
@@ -155,11 +193,12 @@ TEST(UvLookupQuery, OwnTreesGiveThePlainWalksAnswers)
                             0.5f;
             if (i % 16 == 3)
                 point[s.random.below(2)] = s.random.special();
-            compare(s.mesh, point, found);
+            compare(s.mesh, point, found, &ended);
         }
         s.mesh.free_uv_lookup_quadtree();
     }
     EXPECT_GT(found, 4000);
+    EXPECT_GT(ended, 4000u);
 }
 
 TEST(UvLookupQuery, EdgesOfTheRectangleAreInsideAndNanIsNotRejected)

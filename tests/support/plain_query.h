@@ -124,46 +124,6 @@ template <typename Take> int walk(const vesk_octree_node_s &node, const vesk_3d_
     return found;
 }
 
-inline int any(const vesk_mesh &mesh, const question &q)
-{
-    bool stopped = false;
-    auto take = [](const hit &, vesk_octree_triangle_s *) { return true; };
-    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
-}
-
-inline int all(const vesk_mesh &mesh, const question &q, vesk_list<float> &distances,
-               vesk_list<vesk_octree_triangle_s *> &triangles,
-               vesk_list<vesk_vector2> &barycentrics)
-{
-    bool stopped = false;
-    auto take = [&](const hit &h, vesk_octree_triangle_s *record)
-    {
-        distances.push_back(h.t);
-        barycentrics.push_back(vesk_vector2(h.u, h.v));
-        triangles.push_back(record);
-        return false;
-    };
-    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
-}
-
-inline int closest(const vesk_mesh &mesh, const question &q, float &distance,
-                   vesk_octree_triangle_s &triangle, vesk_vector2 &barycentric)
-{
-    bool stopped = false;
-    distance = 3.4028235e+38f;
-    auto take = [&](const hit &h, vesk_octree_triangle_s *record)
-    {
-        if (distance > h.t)
-        {
-            distance = h.t;
-            triangle = *record;
-            barycentric = vesk_vector2(h.u, h.v);
-        }
-        return false;
-    };
-    return walk(*mesh.octree, mesh.vertex_array, q, take, stopped);
-}
-
 /// Walks the quadtree below a node for a texel.
 inline int texel(const vesk_uv_lookup_node_s &node, const vesk_vector3 *corners,
                  const vesk_vector2 &point, vesk_uv_lookup_triangle_s &triangle,

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "vesk/mesh.h"
+#include "support/mesh_builder.h"
 
 #include <limits>
 #include <memory>
-#include <random>
 #include <vector>
 
 /// @file
@@ -26,25 +25,14 @@ constexpr soup_kind all_soup_kinds[] = {soup_kind::scattered, soup_kind::cluster
                                         soup_kind::special};
 
 /// Random numbers of the kinds that the tests want; the seed decides everything.
-class dice
+class dice : public test_random
 {
 public:
-    explicit dice(unsigned int seed) : engine(seed) {}
-
-    unsigned int below(unsigned int count)
-    {
-        return static_cast<unsigned int>(engine() % count);
-    }
-
-    float between(float low, float high)
-    {
-        return low + (high - low) * (static_cast<float>(engine() >> 8) / 16777216.0f);
-    }
+    using test_random::test_random;
 
     vesk_vector3 point(float reach)
     {
-        const float x = between(-reach, reach), y = between(-reach, reach);
-        return vesk_vector3(x, y, between(-reach, reach));
+        return test_random::point(-reach, reach);
     }
 
     /// A float that breaks careless code, or now and then an ordinary one.
@@ -59,8 +47,6 @@ public:
                                 between(-1, 1), between(-1, 1), between(-1, 1)};
         return values[below(sizeof(values) / sizeof(values[0]))];
     }
-
-    std::mt19937 engine;
 };
 
 /// A mesh over arrays of the test's own, and the nodes of a host-built tree.
