@@ -60,7 +60,7 @@ public:
     triangle_queue(const query_terms &new_terms, vesk_octree_hits *new_hits)
         : terms(new_terms)
         , hits(new_hits)
-        , threshold(new_hits ? 64 : 8)
+        , threshold(new_hits ? 96 : 8)
     {
     }
 

@@ -41,14 +41,15 @@ private:
     struct level
     {
         unsigned int count;
-        bool has_open; ///< nodes whose children are still to be looked for
-        bool is_settled[capacity];
+        bool has_open;             ///< not all are settled
+        bool is_settled[capacity]; ///< has given place already, and stays for its triangles
         const vesk_octree_node_s *nodes[capacity];
     };
 
     level *last;
     level levels[2];
 
+    /// False when there is no room left.
     static bool go_down(const query_terms &terms, const level &from, level &to)
     {
         unsigned int count = 0;

@@ -431,9 +431,12 @@ TEST_F(OctreeQueryOneTriangle, PositionsAreThoseOfTheMomentAndBoxesThoseOfTheTre
 
 TEST_F(OctreeQueryOneTriangle, DeepTreesAreWalkedWithoutTheHeap)
 {
-    // A chain with a second child on every level, which is visited after everything below it.
+    // A chain with a second child on every level, which is visited after everything below it, and
+    // with some that hold nothing, so that more nodes wait than one stretch of a walk has room for.
     constexpr unsigned int depth = 5000;
     std::vector<vesk_octree_node_s> chain(depth), side(depth);
+    vesk_octree_node_s empty;
+    empty.box = root.box;
     vesk_octree_node_s *parent = &root;
     for (unsigned int level = 0; level < depth; ++level)
     {
@@ -441,6 +444,7 @@ TEST_F(OctreeQueryOneTriangle, DeepTreesAreWalkedWithoutTheHeap)
         side[level].triangles.push_back(s.record(0));
         parent->children[2] = &chain[level];
         parent->children[6] = &side[level];
+        parent->children[3] = parent->children[4] = parent->children[7] = &empty;
         parent = &chain[level];
     }
     chain.back().triangles.push_back(s.record(0));
@@ -455,4 +459,10 @@ TEST_F(OctreeQueryOneTriangle, DeepTreesAreWalkedWithoutTheHeap)
     EXPECT_EQ(ask_any(s.mesh, ray), 1);
     EXPECT_EQ(allocations_seen(), 0);
     compare(s.mesh, ray);
+
+    // Only the deepest node is left to hit.
+    root.triangles.clear();
+    for (vesk_octree_node_s &node : side)
+        node.triangles.clear();
+    EXPECT_EQ(compare(s.mesh, ray), 1u);
 }
