@@ -131,8 +131,8 @@ private:
 
     void fetch_corners(const vesk_octree_triangle_s &record) const
     {
-        for (unsigned int c = 0; c < 3; ++c)
-            __builtin_prefetch(&terms.vertices[record.vertex_indices[c]]);
+        for (const unsigned int vertex : record.vertex_indices)
+            __builtin_prefetch(&terms.vertices[vertex]);
     }
 
     bool test_batch(vesk_octree_triangle_s *const *records, unsigned int lanes)

@@ -14,7 +14,6 @@ public:
 
     const float *operator()(const vesk_uv_lookup_triangle_s *record) const
     {
-        // Whole addresses are reckoned with. NOLINTNEXTLINE(performance-no-int-to-ptr)
         return reinterpret_cast<const float *>(start +
                                                reinterpret_cast<std::uintptr_t>(record) * growth);
     }

@@ -112,11 +112,11 @@ template <typename Take> int walk(const vesk_octree_node_s &node, const vesk_3d_
             return 1;
         }
     }
-    for (unsigned int i = 0; i < 8; ++i)
+    for (const vesk_octree_node_s *child : node.children)
     {
-        if (!node.children[i])
+        if (!child)
             continue;
-        if (walk(*node.children[i], vertices, q, take, stopped))
+        if (walk(*child, vertices, q, take, stopped))
             found = 1;
         if (stopped)
             return 1;
@@ -147,8 +147,8 @@ inline int texel(const vesk_uv_lookup_node_s &node, const vesk_vector3 *corners,
             return 1;
         }
     }
-    for (unsigned int i = 0; i < 4; ++i)
-        if (node.children[i] && texel(*node.children[i], corners, point, triangle, barycentric))
+    for (const vesk_uv_lookup_node_s *child : node.children)
+        if (child && texel(*child, corners, point, triangle, barycentric))
             return 1;
     return 0;
 }
