@@ -42,7 +42,7 @@ public:
     int add_group(int parent, const std::string &attribute = "Null",
                   const std::vector<fbx_property> &properties = {});
     /// A model that shows the mesh of another; not in version 6.
-    int add_instance(int parent, int model, const std::vector<fbx_property> &properties = {});
+    int add_instance(int parent, int shown, const std::vector<fbx_property> &properties = {});
     /// A further connection between models.
     void connect(int child, int parent);
     /// Properties of models that do not set their own.

@@ -73,7 +73,7 @@ void add_random_channels(mesh_source &source, test_random &random, unsigned int 
         {
             const float u = random.unit();
             const float v = random.unit();
-            made.uvs.push_back(vesk_vector2(u, v));
+            made.uvs.emplace_back(u, v);
         }
         for (unsigned int i = 0; i < corner_count; ++i)
             made.indices.push_back(i + channel);
@@ -300,7 +300,7 @@ mesh_source grid(unsigned int columns, unsigned int rows, unsigned int channel_c
             const float u = float(column) / float(columns);
             const float v = float(row) / float(rows);
             source.add_vertex(vesk_vector3(u, 0.0f, v), vesk_vector3(0.0f, 1.0f, 0.0f));
-            uvs.push_back(vesk_vector2(u, v));
+            uvs.emplace_back(u, v);
         }
     for (unsigned int row = 0; row < rows; ++row)
         for (unsigned int column = 0; column < columns; ++column)
@@ -332,7 +332,7 @@ mesh_source displaced_sphere(unsigned int triangle_count, unsigned int channel_c
             octahedral_direction(float(column) / float(edge), float(row) / float(edge));
         vesk_3d_vertex_s &vertex = source.vertices[v];
         const float radius = bumpy_radius(out);
-        uvs.push_back(vesk_vector2(vertex.position.x, vertex.position.z));
+        uvs.emplace_back(vertex.position.x, vertex.position.z);
         vertex.position = vesk_vector3(out.x * radius, out.y * radius, out.z * radius);
         vertex.normal = out;
     }
