@@ -32,8 +32,8 @@
 /// whole, with all below it: its triangles stay with the parent, and none is ever lost. Without a
 /// root there is no tree.
 ///
-/// **Nearness.** The first nodes on a way down with few enough triangles are settled: what the tests
-/// read of these triangles is brought together, and the lists below name places in that set.
+/// **Nearness.** The first nodes on a way down with few enough triangles are settled: what the
+/// tests read of these triangles is brought together, and the lists below name places in that set.
 ///
 /// **Depth.** Levels lie on the scratch, not on the machine's stack. A level costs its node, about
 /// 350 bytes and five bytes for each triangle of its list; nothing but the depth that is asked for

@@ -298,15 +298,15 @@ TYPED_TEST(TreeBuild, RefusalsLeaveNoTreeAndSayWhy)
     const struct
     {
         unsigned int depth;
-        const vesk_list<unsigned int> *subsets;
         int stop;
+        const vesk_list<unsigned int> *subsets;
         const wchar_t *message;
-    } refusals[] = {{0x80000000u, nullptr, -1, TypeParam::no_root()},
-                    {0xFFFFFFFFu, nullptr, -1, TypeParam::no_root()},
-                    {3, &two, -1, TypeParam::no_root()},
-                    {3, nullptr, 0, TypeParam::no_root()},
-                    {3, &none, -1, no_subsets},
-                    {3, &empty_one, -1, no_subsets}};
+    } refusals[] = {{0x80000000u, -1, nullptr, TypeParam::no_root()},
+                    {0xFFFFFFFFu, -1, nullptr, TypeParam::no_root()},
+                    {3, -1, &two, TypeParam::no_root()},
+                    {3, 0, nullptr, TypeParam::no_root()},
+                    {3, -1, &none, no_subsets},
+                    {3, -1, &empty_one, no_subsets}};
     for (const auto &refusal : refusals)
     {
         owned_mesh mesh(source);
