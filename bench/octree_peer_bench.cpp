@@ -6,6 +6,7 @@
 // here. They also round in other ways, so that rays at edges may get another answer: the counter
 // `other_answers` has their share, and more than one in a hundred is an error.
 
+#include "fitting_octree.h"
 #include "interleaved.h"
 #include "ray_sets.h"
 
@@ -33,15 +34,7 @@ public:
     explicit own_octree(surface &shape)
     {
         shape.show(mesh);
-        // The least depth at which the nodes that hold triangles hold 16 at most on average.
-        for (depth = 3;; ++depth)
-        {
-            build();
-            counts = {};
-            count(*mesh.get_octree());
-            if (counts.references <= 16 * counts.holders)
-                break;
-        }
+        depth = build_fitting_octree(mesh);
         release();
     }
 
@@ -69,22 +62,9 @@ public:
     }
 
 private:
-    struct
-    {
-        unsigned int holders, references;
-    } counts;
     mutable float ahead = 0.0f; // the queries only read it
     unsigned int depth;
     vesk_mesh mesh;
-
-    void count(const vesk_octree_node_s &node)
-    {
-        counts.holders += node.triangles.count != 0;
-        counts.references += node.triangles.count;
-        for (const vesk_octree_node_s *child : node.children)
-            if (child)
-                count(*child);
-    }
 };
 
 class aabb_tree

@@ -1,5 +1,7 @@
 #include "equal_trees.h"
+#include "fitting_octree.h"
 #include "interleaved.h"
+#include "ray_sets.h"
 #include "support/plain_query.h"
 #include "support/plain_tree.h"
 #include "surface_meshes.h"
@@ -58,7 +60,6 @@ inline int closest(const vesk_mesh &mesh, const question &q, float &distance,
 namespace
 {
 constexpr unsigned int triangle_count = 100000;
-constexpr unsigned int ray_count = 2048;
 
 enum class form
 {
@@ -75,8 +76,7 @@ struct scene
         build(shape, triangle_count);
         shape.show(mesh);
         shape.show(plain_mesh);
-        const unsigned int depth = depth_for(mesh);
-        mesh.generate_octree(depth, nullptr, nullptr);
+        const unsigned int depth = build_fitting_octree(mesh);
         plain_root = plain::build_octree(plain_mesh, depth, nullptr, nullptr);
         if (!equal_trees(mesh.octree, plain_root))
         {
@@ -87,58 +87,18 @@ struct scene
         plain_mesh.instance_octree = 1;
     }
 
-    /// The least depth at which the nodes that hold triangles hold 16 at most on average.
-    static unsigned int depth_for(vesk_mesh &mesh)
-    {
-        for (unsigned int depth = 3;; ++depth)
-        {
-            mesh.generate_octree(depth, nullptr, nullptr);
-            unsigned int holders = 0, references = 0;
-            count(*mesh.octree, holders, references);
-            if (references <= 16 * holders)
-                return depth;
-        }
-    }
-
-    static void count(const vesk_octree_node_s &node, unsigned int &holders,
-                      unsigned int &references)
-    {
-        holders += node.triangles.count != 0;
-        references += node.triangles.count;
-        for (const vesk_octree_node_s *child : node.children)
-            if (child)
-                count(*child, holders, references);
-    }
-
     surface shape;
     vesk_mesh mesh, plain_mesh;
     vesk_octree_node_s *plain_root;
 };
 
-std::vector<plain::question> coherent_rays(bool lines)
+std::vector<plain::question> questions_along(const std::vector<aimed_ray> &rays, bool lines,
+                                             float length)
 {
-    std::vector<plain::question> rays;
-    const unsigned int width = 64, height = ray_count / width;
-    for (unsigned int i = 0; i < ray_count; ++i)
-    {
-        const float x = static_cast<float>(i % width) / static_cast<float>(width) - 0.5f;
-        const float y = static_cast<float>(i / width) / static_cast<float>(height) - 0.5f;
-        rays.push_back({vesk_vector3(0.3f, 0.2f, -3.0f), vesk_vector3(x * 0.8f, y * 0.8f, 1.0f),
-                        lines, 4.0f, nullptr});
-    }
-    return rays;
-}
-
-std::vector<plain::question> incoherent_rays(bool lines)
-{
-    std::vector<plain::question> rays;
-    lcg random(99);
-    for (unsigned int i = 0; i < ray_count; ++i)
-    {
-        const vesk_vector3 origin = random.point(2.0f);
-        rays.push_back({origin, random.point(1.0f) - origin, lines, 1.0f, nullptr});
-    }
-    return rays;
+    std::vector<plain::question> questions;
+    for (const aimed_ray &ray : rays)
+        questions.push_back({ray.origin, ray.direction, lines, length, nullptr});
+    return questions;
 }
 
 struct hit_lists
@@ -253,7 +213,8 @@ int main(int argc, char **argv)
                 for (const bool coherent : {true, false})
                 {
                     const std::vector<plain::question> rays =
-                        coherent ? coherent_rays(lines) : incoherent_rays(lines);
+                        coherent ? questions_along(coherent_rays(64, 32), lines, 4.0f)
+                                 : questions_along(incoherent_rays(2048), lines, 1.0f);
                     const std::string name = std::string(shape.name) + "/" + f.name +
                                              (lines ? "/line" : "/ray") +
                                              (coherent ? "/coherent" : "/incoherent");
