@@ -89,9 +89,11 @@ for target in "${targets[@]}"; do
     fi
 done
 
-# The digests that each target's golden run printed, from CTest's own log.
+# The digests that each target's golden runs printed, from CTest's own log; the run by calls into the
+# library prints the same ones.
 digests_of() {
-    sed -n 's/^\([a-z_]* *[0-9a-f]\{16\}\).*/\1/p' "$work/$1/Testing/Temporary/LastTest.log" 2>/dev/null
+    sed -n 's/^\([a-z_]* *[0-9a-f]\{16\}\).*/\1/p' "$work/$1/Testing/Temporary/LastTest.log" \
+        2>/dev/null | sort -u
 }
 {
     printf '| Family |'
