@@ -54,7 +54,10 @@
 /// @def VESK_INLINE
 /// On the definition of what `VESK_KIT` declares.
 
-#if defined(VESK_EMIT_KIT) && (defined(__GNUC__) || defined(__clang__))
+#if defined(VESK_EMIT_KIT) && defined(__clang__) && !defined(_WIN32)
+// Of an inline constructor clang keeps only the variant that derived classes call.
+#define VESK_INLINE __attribute__((weak))
+#elif defined(VESK_EMIT_KIT) && defined(__GNUC__)
 #define VESK_INLINE inline __attribute__((used))
 #else
 #define VESK_INLINE inline
