@@ -18,6 +18,7 @@ struct VESK_KIT vesk_triangle_color_data_s
 };
 
 #if !defined(VESK_NO_INLINE)
+// Weak where clang builds the library. NOLINTBEGIN(misc-definitions-in-headers)
 VESK_INLINE vesk_triangle_color_data_s &
 vesk_triangle_color_data_s::operator=(const vesk_triangle_color_data_s &other)
 {
@@ -26,4 +27,5 @@ vesk_triangle_color_data_s::operator=(const vesk_triangle_color_data_s &other)
     triangle_count = other.triangle_count;
     return *this;
 }
+// NOLINTEND(misc-definitions-in-headers)
 #endif
