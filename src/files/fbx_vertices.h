@@ -51,6 +51,6 @@ private:
 
     // Of the mesh that is being read.
     std::vector<vertex_source> sources;
-    std::vector<unsigned int> source_vertices; ///< the vertex of each source, counted from
-    unsigned int first_vertex = 0;             ///< this one
+    unsigned int first_vertex = 0;
+    std::vector<unsigned int> source_vertices; ///< of each source; 0 is `first_vertex`
 };
