@@ -72,29 +72,45 @@ private:
 class closest_hit final : public vesk_octree_hits
 {
 public:
-    closest_hit(float &new_distance, vesk_octree_triangle_s &new_triangle,
-                vesk_vector2 &new_barycentric)
-        : distance(new_distance)
-        , triangle(new_triangle)
-        , barycentric(new_barycentric)
-    {
-    }
-
     /// The first of equals stays, and a parameter that is NaN never leads.
-    void take(float t, float u, float v, vesk_octree_triangle_s *hit) override
+    void take(float t, float u, float v, vesk_octree_triangle_s *triangle) override
     {
-        if (!(distance > t))
-            return;
-        distance = t;
-        triangle = *hit;
-        barycentric = vesk_vector2(u, v);
+        if (distance > t)
+        {
+            distance = t;
+            weights = vesk_vector2(u, v);
+            leader = triangle;
+            is_shared = false;
+        }
+        else if (distance == t && leader != triangle)
+            is_shared = true;
     }
 
-private:
-    float &distance;
-    vesk_octree_triangle_s &triangle;
-    vesk_vector2 &barycentric;
+    float distance = std::numeric_limits<float>::max();
+    vesk_vector2 weights;
+    const vesk_octree_triangle_s *leader = nullptr;
+    bool is_shared = false; ///< another triangle is as close: their order decides
 };
+
+/// Equals are rare, so that their order is asked for only where there are some.
+int find_closest(const vesk_octree_question &question, float &distance,
+                 vesk_octree_triangle_s &triangle, vesk_vector2 &barycentric)
+{
+    closest_hit closest;
+    const int found = walks().unordered(question, closest);
+    if (closest.is_shared)
+    {
+        closest = closest_hit();
+        walks().all(question, closest);
+    }
+    distance = closest.distance;
+    if (closest.leader)
+    {
+        triangle = *closest.leader;
+        barycentric = closest.weights;
+    }
+    return found;
+}
 } // namespace
 
 int vesk_octree_aa_bounding_box_s::intersect_ray(const vesk_vector3 &origin,
@@ -137,7 +153,7 @@ int vesk_mesh::is_ray_intersect(const vesk_vector3 &origin, const vesk_vector3 &
     if (!octree)
         return 0;
     all_hits hits(distances, triangles, barycentrics);
-    return walks().every(ray_question(*this, origin, direction, minimum_distance), hits);
+    return walks().all(ray_question(*this, origin, direction, minimum_distance), hits);
 }
 
 int vesk_mesh::is_ray_intersect_closest(const vesk_vector3 &origin, const vesk_vector3 &direction,
@@ -147,8 +163,8 @@ int vesk_mesh::is_ray_intersect_closest(const vesk_vector3 &origin, const vesk_v
     distance = std::numeric_limits<float>::max();
     if (!octree)
         return 0;
-    closest_hit hit(distance, triangle, barycentric);
-    return walks().every(ray_question(*this, origin, direction, minimum_distance), hit);
+    return find_closest(ray_question(*this, origin, direction, minimum_distance), distance,
+                        triangle, barycentric);
 }
 
 int vesk_mesh::is_line_intersect(const vesk_vector3 &origin, const vesk_vector3 &direction,
@@ -168,7 +184,7 @@ int vesk_mesh::is_line_intersect(const vesk_vector3 &origin, const vesk_vector3 
     if (!octree)
         return 0;
     all_hits hits(distances, triangles, barycentrics);
-    return walks().every(line_question(*this, origin, direction, length, minimum_distance), hits);
+    return walks().all(line_question(*this, origin, direction, length, minimum_distance), hits);
 }
 
 int vesk_mesh::is_line_intersect_closest(const vesk_vector3 &origin, const vesk_vector3 &direction,
@@ -179,6 +195,6 @@ int vesk_mesh::is_line_intersect_closest(const vesk_vector3 &origin, const vesk_
     distance = std::numeric_limits<float>::max();
     if (!octree)
         return 0;
-    closest_hit hit(distance, triangle, barycentric);
-    return walks().every(line_question(*this, origin, direction, length, minimum_distance), hit);
+    return find_closest(line_question(*this, origin, direction, length, minimum_distance), distance,
+                        triangle, barycentric);
 }

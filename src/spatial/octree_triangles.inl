@@ -9,6 +9,14 @@ enum class shape
     line
 };
 
+/// What a question asks of the hits.
+enum class form
+{
+    any,
+    all,      ///< in the promised order, with repeats
+    unordered ///< in any order, most repeats left out
+};
+
 struct hits8
 {
     float8 t, u, v;
@@ -52,29 +60,33 @@ triangles_hit(const query_terms &terms, vesk_octree_triangle_s *const *records, 
 }
 
 /// The triangles that a walk comes to, in its order, tested eight at a time: lists of several nodes
-/// share a batch, and what the tests read comes from memory while the walk goes on. Without `hits`
-/// the first one ends everything.
-template <shape SHAPE> class triangle_queue
+/// share a batch, and what the tests read comes from memory while the walk goes on. Where any hit
+/// will do, the first one ends everything.
+template <shape SHAPE, form FORM> class triangle_queue
 {
 public:
     triangle_queue(const query_terms &new_terms, vesk_octree_hits *new_hits)
         : terms(new_terms)
         , hits(new_hits)
-        , threshold(new_hits ? 96 : 8)
     {
+        if (FORM == form::unordered)
+            for (const void *&taken : latest)
+                taken = this; // which is no triangle
     }
 
     /// Takes the triangles of a node; true when the walk is over.
-    bool take(const vesk_list<vesk_octree_triangle_s *> &list)
+    __attribute__((always_inline)) bool take(const vesk_list<vesk_octree_triangle_s *> &list)
     {
         if (list.count > capacity - waiting_count || list.reversed)
             return take_one_by_one(list);
-        for (unsigned int i = 0; i < list.count; ++i)
+        unsigned int count = waiting_count;
+        vesk_octree_triangle_s *const *const end = list.data + list.count;
+        for (vesk_octree_triangle_s *const *record = list.data; record != end; ++record)
         {
-            __builtin_prefetch(list.data[i]);
-            waiting[waiting_count + i] = list.data[i];
+            __builtin_prefetch(*record);
+            count = put(*record, count);
         }
-        waiting_count += list.count;
+        waiting_count = count;
         return waiting_count >= threshold && test_full_batches();
     }
 
@@ -95,20 +107,35 @@ public:
 
 private:
     static constexpr unsigned int capacity = 128;
+    static constexpr unsigned int threshold = FORM == form::any ? 8 : 96; ///< how many are let wait
+    static constexpr unsigned int place_count = 128;
 
     const query_terms &terms;
-    vesk_octree_hits *hits;
-    unsigned int threshold; ///< how many are let wait
+    vesk_octree_hits *hits; ///< null for any
     unsigned int waiting_count = 0;
     bool is_hit = false;
     vesk_octree_triangle_s *waiting[capacity];
+    const void *latest[place_count]; ///< of the triangles whose addresses end alike
+
+    /// Puts one behind `count` others and gives their new number.
+    unsigned int put(vesk_octree_triangle_s *record, unsigned int count)
+    {
+        waiting[count] = record;
+        if (FORM != form::unordered)
+            return count + 1;
+        static_assert(sizeof(vesk_octree_triangle_s) / 4 % 2 == 1, "neighbours share no place");
+        const void *&place = latest[reinterpret_cast<std::uintptr_t>(record) / 4 % place_count];
+        const bool is_new = place != record;
+        place = record;
+        return count + is_new;
+    }
 
     bool take_one_by_one(const vesk_list<vesk_octree_triangle_s *> &list)
     {
         for (unsigned int i = 0; i < list.count; ++i)
         {
-            waiting[waiting_count] = list.data[list.reversed ? list.count - 1 - i : i];
-            if (++waiting_count == capacity && test_full_batches())
+            waiting_count = put(list.data[list.reversed ? list.count - 1 - i : i], waiting_count);
+            if (waiting_count == capacity && test_full_batches())
                 return true;
         }
         return waiting_count >= threshold && test_full_batches();
@@ -116,7 +143,7 @@ private:
 
     bool test_full_batches()
     {
-        if (hits)
+        if (FORM != form::any)
             for (unsigned int i = 0; i < waiting_count; ++i)
                 fetch_corners(*waiting[i]);
         unsigned int first = 0;
@@ -135,14 +162,16 @@ private:
             __builtin_prefetch(&terms.vertices[vertex]);
     }
 
-    bool test_batch(vesk_octree_triangle_s *const *records, unsigned int lanes)
+    /// Out of line: its many registers are no matter of the walk's then.
+    __attribute__((noinline)) bool test_batch(vesk_octree_triangle_s *const *records,
+                                              unsigned int lanes)
     {
         hits8 hit;
         lanes &= triangles_hit<SHAPE>(terms, records, hit);
         if (!lanes)
             return false;
         is_hit = true;
-        if (!hits)
+        if (FORM == form::any)
             return true;
         give(hit, records, lanes);
         return false;

@@ -23,7 +23,7 @@ struct vesk_octree_question
     const float *minimum_distance; ///< null for no limit
 };
 
-/// Gets every hit, in the order of the walk.
+/// Takes the hits of a walk.
 class vesk_octree_hits
 {
 public:
@@ -33,11 +33,14 @@ protected:
     ~vesk_octree_hits() = default;
 };
 
-/// The walks for one instruction set. Both answer 1 when there is a hit, else 0.
+/// The walks for one instruction set. Each answers 1 when there is a hit, else 0.
 struct vesk_octree_walks
 {
     int (*any)(const vesk_octree_question &question);
-    int (*every)(const vesk_octree_question &question, vesk_octree_hits &hits);
+    /// Gives every hit, in the promised order, with repeats.
+    int (*all)(const vesk_octree_question &question, vesk_octree_hits &hits);
+    /// Gives every hit at least once, in whatever order is fast.
+    int (*unordered)(const vesk_octree_question &question, vesk_octree_hits &hits);
 };
 
 extern const vesk_octree_walks vesk_octree_walks_baseline;

@@ -96,26 +96,52 @@ inline unsigned int flip_octants(unsigned int set, unsigned int flip)
     return set;
 }
 
-/// A walk of one shape over one kind of tree; without `hits` it ends at the first hit.
-template <shape SHAPE, bool IS_OWN> class octree_walk
+/// A walk over one kind of tree.
+template <shape SHAPE, form FORM, bool IS_OWN> class octree_walk
 {
 public:
     octree_walk(const vesk_octree_question &question, const query_terms &new_terms,
                 vesk_octree_hits *hits)
         : terms(new_terms)
         , triangles(new_terms, hits)
-        , first_octant(hits ? 0 : nearest_octant(question.direction))
+        , first_octant(FORM == form::any ? nearest_octant(question.direction) : 0)
     {
     }
 
-    int every(const vesk_octree_node_s &root)
+    int run(const vesk_octree_node_s &root)
     {
-        reached_holders<IS_OWN> reached;
-        if (!reached.find(terms, root))
-            return vesk_walk_reached(root, *this) || triangles.finish();
-        reached.visit_all([this](const vesk_octree_node_s &node) { visit(node); });
-        return triangles.finish();
+        if constexpr (FORM == form::any)
+            return any(root);
+        else if constexpr (FORM == form::all)
+            return all(root);
+        else
+            return unordered(root);
     }
+
+    __attribute__((always_inline)) bool visit(const vesk_octree_node_s &node)
+    {
+        return triangles.take(node.triangles);
+    }
+
+    __attribute__((always_inline)) unsigned int reach(const vesk_octree_node_s &node,
+                                                      const vesk_octree_node_s **reached) const
+    {
+        unsigned int count = 0;
+        unsigned int met = flip_octants(children_met<IS_OWN>(terms, node), first_octant);
+        for (; met; ++count)
+        {
+            const unsigned int last = 31u - static_cast<unsigned int>(__builtin_clz(met));
+            met ^= 1u << last;
+            reached[count] = node.children[last ^ first_octant];
+            fetch_node(reached[count]);
+        }
+        return count;
+    }
+
+private:
+    const query_terms &terms;
+    triangle_queue<SHAPE, FORM> triangles;
+    const unsigned int first_octant; ///< of each node's children; 0 in the order of the walk
 
     /// Depth first, since the first hit ends the walk, but two nodes at a time: the processor works
     /// on one while the other comes from memory.
@@ -141,29 +167,53 @@ public:
         return triangles.finish();
     }
 
-    bool visit(const vesk_octree_node_s &node)
+    int all(const vesk_octree_node_s &root)
     {
-        return triangles.take(node.triangles);
+        reached_holders<IS_OWN> reached;
+        if (!reached.find(terms, root))
+            return depth_first(root);
+        reached.visit_all([this](const vesk_octree_node_s &node) { visit(node); });
+        return triangles.finish();
     }
 
-    unsigned int reach(const vesk_octree_node_s &node, const vesk_octree_node_s **reached) const
+    /// Level by level as well, but nothing keeps the nodes that hold triangles in order.
+    int unordered(const vesk_octree_node_s &root)
     {
-        unsigned int count = 0;
-        unsigned int met = flip_octants(children_met<IS_OWN>(terms, node), first_octant);
-        for (; met; ++count)
+        constexpr unsigned int capacity = 256;
+        const vesk_octree_node_s *levels[2][capacity], *holders[capacity];
+        levels[0][0] = &root;
+        unsigned int count = 1, holder_count = 0;
+        for (unsigned int depth = 0; count > 0; ++depth)
         {
-            const unsigned int last = 31u - static_cast<unsigned int>(__builtin_clz(met));
-            met ^= 1u << last;
-            reached[count] = node.children[last ^ first_octant];
-            fetch_node(reached[count]);
+            const vesk_octree_node_s *const *from = levels[depth % 2];
+            const vesk_octree_node_s **to = levels[(depth + 1) % 2];
+            unsigned int reached = 0;
+            for (unsigned int i = 0; i < count; ++i)
+            {
+                if (reached + 8 > capacity || holder_count == capacity)
+                    return depth_first(root);
+                const vesk_octree_node_s &node = *from[i];
+                fetch_list(node.triangles.data);
+                holders[holder_count] = &node;
+                holder_count += node.triangles.count != 0;
+                for (unsigned int met = children_met<IS_OWN>(terms, node); met; met &= met - 1)
+                {
+                    const vesk_octree_node_s *child = node.children[__builtin_ctz(met)];
+                    fetch_node(child);
+                    to[reached++] = child;
+                }
+            }
+            count = reached;
         }
-        return count;
+        for (unsigned int i = 0; i < holder_count; ++i)
+            visit(*holders[i]);
+        return triangles.finish();
     }
 
-private:
-    const query_terms &terms;
-    triangle_queue<SHAPE> triangles;
-    const unsigned int first_octant; ///< of each node's children; 0 in the order of the walk
+    int depth_first(const vesk_octree_node_s &root)
+    {
+        return vesk_walk_reached(root, *this) || triangles.finish();
+    }
 
     /// What a line that ends meets soon is likelier to count. The bits of an octant run x, z, y.
     static unsigned int nearest_octant(const vesk_vector3 &direction)
@@ -175,37 +225,31 @@ private:
     }
 };
 
-template <shape SHAPE> int walk_shape(const vesk_octree_question &question,
-                                      const query_terms &terms, vesk_octree_hits *hits)
+template <shape SHAPE, form FORM>
+int walk_tree(const vesk_octree_question &question, vesk_octree_hits *hits)
 {
     const vesk_octree_node_s &root = *question.root;
+    if (!root.box.intersect_ray(question.origin, question.direction))
+        return 0;
+    const query_terms terms(question);
     if (question.is_own)
-    {
-        octree_walk<SHAPE, true> walk(question, terms, hits);
-        return hits ? walk.every(root) : walk.any(root);
-    }
-    octree_walk<SHAPE, false> walk(question, terms, hits);
-    return hits ? walk.every(root) : walk.any(root);
+        return octree_walk<SHAPE, FORM, true>(question, terms, hits).run(root);
+    return octree_walk<SHAPE, FORM, false>(question, terms, hits).run(root);
 }
 
 int walk_any(const vesk_octree_question &question)
 {
-    if (!question.root->box.intersect_ray(question.origin, question.direction))
-        return 0;
-    const query_terms terms(question);
     if (question.is_line)
-        return walk_shape<shape::line>(question, terms, nullptr);
+        return walk_tree<shape::line, form::any>(question, nullptr);
     if (question.minimum_distance)
-        return walk_shape<shape::ray>(question, terms, nullptr);
-    return walk_shape<shape::free_ray>(question, terms, nullptr);
+        return walk_tree<shape::ray, form::any>(question, nullptr);
+    return walk_tree<shape::free_ray, form::any>(question, nullptr);
 }
 
-int walk_every(const vesk_octree_question &question, vesk_octree_hits &hits)
+template <form FORM> int walk_every(const vesk_octree_question &question, vesk_octree_hits &hits)
 {
-    if (!question.root->box.intersect_ray(question.origin, question.direction))
-        return 0;
-    const query_terms terms(question);
-    if (question.is_line)
-        return walk_shape<shape::line>(question, terms, &hits);
-    return walk_shape<shape::ray>(question, terms, &hits);
+    return question.is_line ? walk_tree<shape::line, FORM>(question, &hits)
+                            : walk_tree<shape::ray, FORM>(question, &hits);
 }
+
+constexpr vesk_octree_walks walks = {walk_any, walk_every<form::all>, walk_every<form::unordered>};

@@ -35,5 +35,5 @@ namespace
 #pragma clang attribute pop
 #endif
 
-const vesk_octree_walks vesk_octree_walks_avx2 = {walk_any, walk_every};
+const vesk_octree_walks vesk_octree_walks_avx2 = walks;
 #endif

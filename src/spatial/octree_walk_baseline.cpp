@@ -19,4 +19,4 @@ namespace
 // clang-format on
 } // namespace
 
-const vesk_octree_walks vesk_octree_walks_baseline = {walk_any, walk_every};
+const vesk_octree_walks vesk_octree_walks_baseline = walks;

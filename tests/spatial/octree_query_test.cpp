@@ -4,6 +4,8 @@
 #include "support/plain_query.h"
 #include "support/soup.h"
 
+#include <algorithm>
+
 namespace
 {
 constexpr float largest_float = std::numeric_limits<float>::max();
@@ -70,6 +72,13 @@ public:
     }
 };
 
+bool all_among(const std::vector<listed_hit> &some, const std::vector<listed_hit> &others)
+{
+    return std::all_of(some.begin(), some.end(),
+                       [&](const listed_hit &hit)
+                       { return std::find(others.begin(), others.end(), hit) != others.end(); });
+}
+
 /// The walks for every instruction set that this machine has, over the tree as its owner and, which
 /// counts on nothing, as a borrower sees it.
 void compare_walks(const vesk_mesh &mesh, const plain::question &q,
@@ -88,11 +97,13 @@ void compare_walks(const vesk_mesh &mesh, const plain::question &q,
             const vesk_octree_question question = {mesh.octree,    mesh.vertex_array, is_own,
                                                    q.is_line != 0, q.origin,          q.direction,
                                                    q.length,       q.minimum_distance};
-            hit_log log;
+            hit_log log, unordered;
             EXPECT_EQ(walks->any(question), !expected.empty());
-            EXPECT_EQ(walks->every(question, log), !expected.empty());
+            EXPECT_EQ(walks->all(question, log), !expected.empty());
             EXPECT_TRUE(log.hits == expected)
                 << (is_own ? "own, " : "lent, ") << log.hits.size() << " of " << expected.size();
+            EXPECT_EQ(walks->unordered(question, unordered), !expected.empty());
+            EXPECT_TRUE(all_among(expected, unordered.hits) && all_among(unordered.hits, expected));
         }
 }
 
