@@ -29,6 +29,16 @@ inline float8 abs8(float8 value)
     return value;
 }
 
+inline float8 min8(float8 a, float8 b)
+{
+    return _mm256_min_ps(a, b);
+}
+
+inline float8 max8(float8 a, float8 b)
+{
+    return _mm256_max_ps(a, b);
+}
+
 /// Bit i of the result is lane i of the mask.
 inline unsigned int lane_bits(mask8 mask)
 {
@@ -169,6 +179,16 @@ inline float8 broadcast8(float value)
 inline float8 abs8(float8 value)
 {
     return {vesk_abs4(value.low), vesk_abs4(value.high)};
+}
+
+inline float8 min8(float8 a, float8 b)
+{
+    return {vesk_min4(a.low, b.low), vesk_min4(a.high, b.high)};
+}
+
+inline float8 max8(float8 a, float8 b)
+{
+    return {vesk_max4(a.low, b.low), vesk_max4(a.high, b.high)};
 }
 
 /// Bit i of the result is lane i of the mask.

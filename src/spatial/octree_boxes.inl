@@ -1,5 +1,5 @@
 // Which nodes of an octree a query reaches, in eight lanes. Included inside an anonymous namespace,
-// after lanes8.h.
+// after octree_spans.inl.
 
 /// The terms of a query, formed once.
 struct query_terms
@@ -11,6 +11,7 @@ struct query_terms
     float8 axis_direction; ///< as above
     float8 length;         ///< largest parameter of a line
     float8 minimum;        ///< smallest parameter; minus infinity where there is no limit
+    ray_spans spans;
     const vesk_3d_vertex_s *vertices;
 
     explicit query_terms(const vesk_octree_question &question)
@@ -22,6 +23,7 @@ struct query_terms
         , length(broadcast8(question.length))
         , minimum(broadcast8(question.minimum_distance ? *question.minimum_distance
                                                        : -std::numeric_limits<float>::infinity()))
+        , spans(question)
         , vertices(question.vertices)
     {
     }
@@ -73,10 +75,8 @@ inline unsigned int boxes_met(const query_terms &terms, const vesk_octree_node_s
 /// the children: what octants share, such as the two slabs of an axis, is computed once.
 inline unsigned int octants_met(const query_terms &terms, const vesk_octree_aa_bounding_box_s &box)
 {
-    const vesk_float4 min = vesk_load4(&box);
-    const vesk_float4 z_and_max = vesk_load4(&box.min.z);
-    const vesk_float4 max = __builtin_shufflevector(z_and_max, z_and_max, 1, 2, 3, 3);
-    const vesk_float4 half = (max - min) * 0.5f;
+    const vesk_float4 min = low_side(box);
+    const vesk_float4 half = (high_side(box) - min) * 0.5f;
 
     // The lower halves of the axes x, y, z and the upper ones.
     const float8 low = pair(min, min + half);
@@ -122,7 +122,16 @@ inline unsigned int children_met(const query_terms &terms, const vesk_octree_nod
     if (!present)
         return 0;
     if (IS_OWN)
+    {
+        if (terms.spans.are_sharp())
+        {
+            unsigned int in_doubt;
+            const unsigned int met = terms.spans.octants_met(node.box, in_doubt);
+            if (!(in_doubt & present))
+                return present & met;
+        }
         return present & octants_met(terms, node.box);
+    }
 
     // An absent child is stood in for by its parent.
     const vesk_octree_node_s *nodes[8];

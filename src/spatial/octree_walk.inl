@@ -84,18 +84,6 @@ private:
     }
 };
 
-/// Bit i of the result is bit i ^ `flip` of the set.
-inline unsigned int flip_octants(unsigned int set, unsigned int flip)
-{
-    if (flip & 1u)
-        set = (set & 0x55u) << 1 | (set >> 1 & 0x55u);
-    if (flip & 2u)
-        set = (set & 0x33u) << 2 | (set >> 2 & 0x33u);
-    if (flip & 4u)
-        set = (set & 0x0Fu) << 4 | set >> 4;
-    return set;
-}
-
 /// A walk over one kind of tree.
 template <shape SHAPE, form FORM, bool IS_OWN> class octree_walk
 {
@@ -104,7 +92,8 @@ public:
                 vesk_octree_hits *hits)
         : terms(new_terms)
         , triangles(new_terms, hits)
-        , first_octant(FORM == form::any ? nearest_octant(question.direction) : 0)
+        , first_octant(
+              FORM == form::any && SHAPE == shape::line ? octant_against(question.direction) : 0)
     {
     }
 
@@ -127,7 +116,7 @@ public:
                                                       const vesk_octree_node_s **reached) const
     {
         unsigned int count = 0;
-        unsigned int met = flip_octants(children_met<IS_OWN>(terms, node), first_octant);
+        unsigned int met = vesk_flipped_octants.by[first_octant][children_met<IS_OWN>(terms, node)];
         for (; met; ++count)
         {
             const unsigned int last = 31u - static_cast<unsigned int>(__builtin_clz(met));
@@ -141,7 +130,9 @@ public:
 private:
     const query_terms &terms;
     triangle_queue<SHAPE, FORM> triangles;
-    const unsigned int first_octant; ///< of each node's children; 0 in the order of the walk
+    /// Of each node's children; 0 in the order of the walk. What a line that ends meets soon is
+    /// likelier to count.
+    const unsigned int first_octant;
 
     /// Depth first, since the first hit ends the walk, but two nodes at a time: the processor works
     /// on one while the other comes from memory.
@@ -213,15 +204,6 @@ private:
     int depth_first(const vesk_octree_node_s &root)
     {
         return vesk_walk_reached(root, *this) || triangles.finish();
-    }
-
-    /// What a line that ends meets soon is likelier to count. The bits of an octant run x, z, y.
-    static unsigned int nearest_octant(const vesk_vector3 &direction)
-    {
-        if (SHAPE != shape::line)
-            return 0;
-        return (direction.x < 0.0f ? 1u : 0u) | (direction.z < 0.0f ? 2u : 0u) |
-               (direction.y < 0.0f ? 4u : 0u);
     }
 };
 

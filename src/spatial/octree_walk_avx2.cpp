@@ -25,6 +25,7 @@ namespace
 // clang-format off
 #include "spatial/lanes8.h"
 #include "spatial/tree_walk.h"
+#include "spatial/octree_spans.inl"
 #include "spatial/octree_boxes.inl"
 #include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"

@@ -13,6 +13,7 @@ namespace
 // Each needs what stands above it.
 // clang-format off
 #include "spatial/lanes8.h"
+#include "spatial/octree_spans.inl"
 #include "spatial/octree_boxes.inl"
 #include "spatial/octree_triangles.inl"
 #include "spatial/octree_walk.inl"

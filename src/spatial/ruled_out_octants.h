@@ -29,3 +29,24 @@ constexpr vesk_octant_sets vesk_make_octant_sets()
 }
 
 constexpr vesk_octant_sets vesk_ruled_out_octants = vesk_make_octant_sets();
+
+/// The octants of a box as seen with some axes turned around: `by[flip][set]` has bit i ^ `flip`
+/// where the set has bit i.
+struct vesk_octant_flips
+{
+    unsigned char by[8][256];
+};
+
+constexpr vesk_octant_flips vesk_make_octant_flips()
+{
+    vesk_octant_flips result = {};
+    for (unsigned int flip = 0; flip < 8; ++flip)
+        for (unsigned int set = 0; set < 256; ++set)
+            for (unsigned int octant = 0; octant < 8; ++octant)
+                if (set >> octant & 1u)
+                    result.by[flip][set] =
+                        static_cast<unsigned char>(result.by[flip][set] | 1u << (octant ^ flip));
+    return result;
+}
+
+constexpr vesk_octant_flips vesk_flipped_octants = vesk_make_octant_flips();

@@ -317,6 +317,45 @@ TEST(OctreeQuery, BoxesWithoutExtentOrWithoutBoundsAreSplitAlike)
     }
 }
 
+TEST(OctreeQuery, RaysThatGrazeBoxesReachTheNodesOfThePlainWalk)
+{
+    // Through corners of the tree's boxes and along their sides, some a rounding beside. Large
+    // triangles stand in many nodes: their repeats tell which ones were reached.
+    unsigned int hit_count = 0;
+    for (unsigned int seed = 0; seed < 12; ++seed)
+    {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        soup s(soup_kind::scattered, 40, seed);
+        const vesk_vector3 shift = s.random.point(seed % 2 ? 30.0f : 0.5f);
+        for (vesk_3d_vertex_s &vertex : s.vertices)
+            vertex.position = vertex.position + shift;
+        s.mesh.calculate_bounding_box();
+        ASSERT_EQ(s.mesh.generate_octree(5, nullptr, nullptr), 1);
+        const vesk_octree_node_s *node = s.mesh.octree;
+        const auto draw_corner = [&]
+        {
+            const vesk_octree_node_s *child = node->children[s.random.below(8)];
+            node = child && s.random.below(16) ? child : s.mesh.octree;
+            vesk_vector3 corner = s.random.below(2) ? node->box.min : node->box.max;
+            for (unsigned int axis = 0; axis < 3; ++axis)
+                if (s.random.below(2))
+                    corner[axis] = node->box.min[axis];
+            return corner;
+        };
+        for (unsigned int i = 0; i < 600; ++i)
+        {
+            const vesk_vector3 from = draw_corner();
+            vesk_vector3 direction = draw_corner() - from;
+            vesk_vector3 origin = from - direction * static_cast<float>(s.random.below(4));
+            float &nudged = (i % 2 ? origin : direction)[s.random.below(3)];
+            if (s.random.below(2))
+                nudged = std::nextafter(nudged, s.random.between(-1000.0f, 1000.0f));
+            hit_count += compare(s.mesh, {origin, direction, 0, 0.0f, nullptr});
+        }
+    }
+    EXPECT_GT(hit_count, 10000u);
+}
+
 TEST(OctreeQuery, BoxTestIsThePlainOne)
 {
     dice random(5);
