@@ -1,7 +1,7 @@
 #pragma once
 
+#include "spatial/octant_sets.h"
 #include "spatial/overlap_pairs.h"
-#include "spatial/ruled_out_octants.h"
 #include "vesk/vector.h"
 
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "spatial/float_lanes.h"
+#include "spatial/octant_sets.h"
 #include "spatial/octree_walk.h"
-#include "spatial/ruled_out_octants.h"
 #include "vesk/mesh_records.h"
 
 #include <cstdint>
