@@ -25,8 +25,8 @@ inline vesk_float4 high_side(const vesk_octree_aa_bounding_box_s &box)
 /// What a ray's parameter says of boxes. Between the two planes that bound a box on an axis it runs
 /// through a span, and the ray meets the box where the three spans and what lies ahead of the
 /// origin have a part in common. For the octants of a box, which share their planes, that takes
-/// half the operations of `intersect_ray`. But they round otherwise, so that an answer counts only
-/// where it is clear by a margin.
+/// two thirds of the operations of `intersect_ray`, and fewer of them wait for one another. But
+/// they round otherwise, so that an answer counts only where it is clear by a margin.
 ///
 /// **Exact.** Let u = 2^-24, and for each axis S the greatest absolute value of the root's box and
 /// the origin, D the direction; boxes below the root grow beyond S by less than 2^-16 of it. A
@@ -53,15 +53,15 @@ public:
         const vesk_float4 low = low_side(root), high = high_side(root);
         const vesk_float4 greatest =
             vesk_max4(vesk_max4(vesk_abs4(low), vesk_abs4(high)), vesk_abs4(origin));
-        const vesk_float4 reach = vesk_abs4(inverse);
-        const vesk_float4 lags = greatest * reach, lengths = (high - low) * reach;
+        const vesk_float4 per_unit = vesk_abs4(inverse);
+        const vesk_float4 lags = greatest * per_unit, lengths = (high - low) * per_unit;
         const float doubt = (lags[0] + lags[1] + lags[2]) * 0x1p-18f;
         const float shortest = doubt * 512.0f;
         margin = broadcast8(doubt);
 
         const vesk_float4 tiny = vesk_splat4(0x1p-40f), huge = vesk_splat4(0x1p40f);
         const vesk_mask4 is_tame =
-            (greatest > tiny) & (greatest < huge) & (reach > tiny) & (reach < huge);
+            (greatest > tiny) & (greatest < huge) & (per_unit > tiny) & (per_unit < huge);
         is_sharp = (vesk_lane_bits(is_tame) & 7) == 7 && shortest < lengths[0] &&
                    shortest < lengths[1] && shortest < lengths[2];
     }
