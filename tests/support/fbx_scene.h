@@ -4,6 +4,7 @@
 #include "vesk/mesh.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 /// FBX scenes for tests, to be written in any encoding: version 6 carries meshes in their models
@@ -12,7 +13,7 @@
 struct fbx_property
 {
     std::string name;
-    std::vector<double> values;
+    std::vector<fbx_value> values;
 };
 
 struct fbx_mesh_source
@@ -26,8 +27,7 @@ struct fbx_mesh_source
 fbx_node fbx_normals(const std::string &mapping, const std::vector<double> &values,
                      const std::vector<int> &indices = {});
 /// Element number `number` of `UV`; direct when there are no indices.
-fbx_node fbx_uvs(int number, const std::vector<double> &values, const std::vector<int> &indices,
-                 const std::string &mapping = "ByPolygonVertex");
+fbx_node fbx_uvs(int number, const std::vector<double> &values, const std::vector<int> &indices);
 /// Layer `number` with one element of each of these kinds, all with the layer's number.
 fbx_node fbx_layer(int number, const std::vector<std::string> &kinds);
 
@@ -36,45 +36,36 @@ class fbx_scene
 public:
     static constexpr int root = 0;
 
-    /// Each gives the number of the model. The attribute is connected after the model.
+    /// Each gives the number of the model.
     int add_mesh(int parent, const fbx_mesh_source &mesh,
                  const std::vector<fbx_property> &properties = {});
     int add_group(int parent, const std::string &attribute = "Null",
                   const std::vector<fbx_property> &properties = {});
-    /// A model that shows the mesh of another; not in version 6.
-    int add_instance(int parent, int shown, const std::vector<fbx_property> &properties = {});
     /// A further connection between models.
     void connect(int child, int parent);
-    /// Properties of models that do not set their own.
-    void set_template(const std::vector<fbx_property> &properties);
 
     std::string write(const fbx_encoding &encoding) const;
+
+    /// Of models that do not set their own.
+    std::vector<fbx_property> defaults;
 
 private:
     struct model
     {
         std::string attribute; ///< "Mesh" and so on; empty for none
-        int mesh;              ///< into `meshes`, or -1
+        fbx_mesh_source mesh;
         std::vector<fbx_property> properties;
-    };
-    struct connection
-    {
-        int child, parent;
-        bool of_mesh; ///< the child is a mesh or an attribute, not a model
     };
 
     int add_model(int parent, const model &added);
 
     std::vector<model> models;
-    std::vector<fbx_mesh_source> meshes;
-    std::vector<connection> connections;
-    std::vector<fbx_property> model_template;
+    std::vector<std::pair<int, int>> connections; ///< child and parent
 };
 
-/// The encoding most tests use.
-fbx_encoding fbx_text_74();
 /// Writes the bytes to a file and loads that into the mesh.
 int load_fbx(vesk_mesh &mesh, const std::string &bytes);
+/// The same for a text file of version 7.4 with the scene.
 int load_fbx(vesk_mesh &mesh, const fbx_scene &scene);
 /// The messages on the mesh's stack, one a line.
 std::string messages_of(const vesk_mesh &mesh);

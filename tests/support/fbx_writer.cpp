@@ -7,6 +7,16 @@
 
 namespace
 {
+std::string deflated(const std::string &bytes)
+{
+    libdeflate_compressor *const compressor = libdeflate_alloc_compressor(1);
+    std::string packed(libdeflate_zlib_compress_bound(compressor, bytes.size()), '\0');
+    packed.resize(libdeflate_zlib_compress(compressor, bytes.data(), bytes.size(), packed.data(),
+                                           packed.size()));
+    libdeflate_free_compressor(compressor);
+    return packed;
+}
+
 class binary_writer
 {
 public:
@@ -16,18 +26,34 @@ public:
     {
         m_out.append("Kaydara FBX Binary  \0\x1a", 22);
         m_out += static_cast<char>(m_encoding.big_endian);
-        put<std::uint32_t>(m_encoding.version);
-        for (const fbx_node &node : records)
-            put_record(node);
-        put_null_record();
+        m_out += word(m_encoding.version);
+        add_records(records);
         m_out.append(16, '\x5a'); // the footer: nobody reads it
         return m_out;
     }
 
 private:
-    bool has_arrays() const
+    /// The records and the null record behind them.
+    void add_records(const std::vector<fbx_node> &records)
     {
-        return m_encoding.version >= 7000;
+        for (const fbx_node &node : records)
+            add_record(node);
+        m_out.append(3 * field_bytes() + 1, '\0');
+    }
+
+    void add_record(const fbx_node &node)
+    {
+        std::string values;
+        std::size_t count = 0;
+        for (const fbx_value &value : node.values)
+            count += std::visit([&](const auto &v) { return add_value(v, values); }, value);
+        const std::size_t at = m_out.size();
+        for (const std::size_t field : {std::size_t{0}, count, values.size()})
+            m_out += word(field, field_bytes());
+        m_out += static_cast<char>(node.name.size()) + node.name + values;
+        if (!node.children.empty())
+            add_records(node.children);
+        m_out.replace(at, field_bytes(), word(m_out.size(), field_bytes()));
     }
 
     std::size_t field_bytes() const
@@ -35,195 +61,130 @@ private:
         return m_encoding.version >= 7500 ? 8 : 4;
     }
 
-    void put_word(std::uint64_t value, std::size_t bytes)
+    std::string word(std::uint64_t value, std::size_t bytes = 4) const
     {
+        std::string text;
         for (std::size_t i = 0; i < bytes; ++i)
-        {
-            const std::size_t shift = 8 * (m_encoding.big_endian ? bytes - 1 - i : i);
-            m_out += static_cast<char>(value >> shift);
-        }
+            text += static_cast<char>(value >> 8 * (m_encoding.big_endian ? bytes - 1 - i : i));
+        return text;
     }
 
-    template <typename T> void put(T value)
+    std::string number(int v) const
     {
-        std::conditional_t<sizeof(T) == 8, std::uint64_t, std::uint32_t> word;
-        static_assert(sizeof(word) == sizeof(value));
-        std::memcpy(&word, &value, sizeof(word));
-        put_word(word, sizeof(word));
+        return word(static_cast<std::uint32_t>(v));
+    }
+    std::string number(std::int64_t v) const
+    {
+        return word(static_cast<std::uint64_t>(v), 8);
+    }
+    std::string number(double v) const
+    {
+        std::uint64_t bits;
+        std::memcpy(&bits, &v, sizeof(bits));
+        return word(bits, 8);
     }
 
-    void put_field(std::size_t at, std::uint64_t value)
-    {
-        binary_writer word(m_encoding);
-        word.put_word(value, field_bytes());
-        m_out.replace(at, field_bytes(), word.m_out);
-    }
+    // Each gives the number of values that it added.
 
-    void put_null_record()
+    template <typename T> std::size_t add_value(const T &v, std::string &out) const
     {
-        m_out.append(3 * field_bytes() + 1, '\0');
+        out += (std::is_same_v<T, int> ? 'I' : std::is_same_v<T, double> ? 'D' : 'L') + number(v);
+        return 1;
     }
-
-    void put_record(const fbx_node &node)
+    std::size_t add_value(const std::string &v, std::string &out) const
     {
-        binary_writer record(m_encoding);
-        record.m_base = m_base + m_out.size();
-        record.put_record_here(node);
-        m_out += record.m_out;
+        out += 'S' + number(static_cast<int>(v.size())) + v;
+        return 1;
     }
-
-    void put_record_here(const fbx_node &node)
+    std::size_t add_value(const fbx_object_name &v, std::string &out) const
     {
-        const std::size_t field = field_bytes();
-        m_out.append(3 * field, '\0');
-        m_out += static_cast<char>(node.name.size());
-        m_out += node.name;
-        const std::size_t values_at = m_out.size();
-        m_value_count = 0;
-        for (const fbx_value &value : node.values)
-            std::visit([&](const auto &v) { put_value(v); }, value);
-        put_field(field, m_value_count);
-        put_field(2 * field, m_out.size() - values_at);
-        for (const fbx_node &child : node.children)
-            put_record(child);
-        if (!node.children.empty())
-            put_null_record();
-        put_field(0, m_base + m_out.size());
+        return add_value(v.name + std::string("\0\1", 2) + v.object_class, out);
     }
-
-    template <typename T> void put_value(const T &v)
+    template <typename T> std::size_t add_value(const std::vector<T> &array, std::string &out) const
     {
-        if constexpr (std::is_same_v<T, fbx_object_name>)
-            return put_value(v.name + std::string("\0\1", 2) + v.object_class);
-        else if constexpr (std::is_arithmetic_v<T>)
-        {
-            m_out += code_of<T>;
-            put(v);
-        }
-        else if constexpr (std::is_same_v<T, std::string>)
-        {
-            m_out += 'S';
-            put(static_cast<std::uint32_t>(v.size()));
-            m_out += v;
-        }
-        else if (!has_arrays())
-        {
-            for (const auto element : v)
-                put_value(element);
-            return;
-        }
-        else
-            put_array(v);
-        ++m_value_count;
-    }
-
-    template <typename T> void put_array(const std::vector<T> &array)
-    {
-        binary_writer content(m_encoding);
+        const bool has_arrays = m_encoding.version >= 7000;
+        std::string numbers;
         for (const T v : array)
-            content.put(v);
+            if (has_arrays)
+                numbers += number(v);
+            else
+                add_value(v, out);
+        if (!has_arrays)
+            return array.size();
         if (m_encoding.deflated)
-            content.deflate();
-        m_out += std::is_same_v<T, int> ? 'i' : 'd';
-        for (const std::size_t word :
-             {array.size(), std::size_t{m_encoding.deflated}, content.m_out.size()})
-            put(static_cast<std::uint32_t>(word));
-        m_out += content.m_out;
+            numbers = deflated(numbers);
+        out += std::is_same_v<T, int> ? 'i' : 'd';
+        out += word(array.size()) + word(m_encoding.deflated) + word(numbers.size()) + numbers;
+        return 1;
     }
-
-    void deflate()
-    {
-        libdeflate_compressor *const compressor = libdeflate_alloc_compressor(1);
-        std::string packed(libdeflate_zlib_compress_bound(compressor, m_out.size()), '\0');
-        packed.resize(libdeflate_zlib_compress(compressor, m_out.data(), m_out.size(),
-                                               packed.data(), packed.size()));
-        libdeflate_free_compressor(compressor);
-        m_out = packed;
-    }
-
-    template <typename T> static constexpr char code_of = std::is_same_v<T, int>      ? 'I'
-                                                          : std::is_same_v<T, double> ? 'D'
-                                                                                      : 'L';
 
     const fbx_encoding m_encoding;
     std::string m_out;
-    std::size_t m_base = 0; ///< where `m_out` begins in the file
-    std::size_t m_value_count = 0;
 };
 
 class text_writer
 {
 public:
-    explicit text_writer(const fbx_encoding &encoding) : m_encoding(encoding) {}
+    explicit text_writer(const fbx_encoding &encoding) : m_version(encoding.version) {}
 
-    std::string write(const std::vector<fbx_node> &records)
+    std::string write(const std::vector<fbx_node> &records) const
     {
-        const unsigned int v = m_encoding.version;
-        m_out = "; FBX " + std::to_string(v / 1000) + "." + std::to_string(v / 100 % 10) + "." +
-                std::to_string(v / 10 % 10) + " project file\n\n";
+        std::string out = "; FBX " + std::to_string(m_version / 1000) + "." +
+                          std::to_string(m_version / 100 % 10) + ".0 project file\n\n";
         for (const fbx_node &node : records)
-            put_record(node, 0);
-        return m_out;
+            out += spelled(node, "");
+        return out;
     }
 
 private:
-    void put_record(const fbx_node &node, std::size_t depth)
+    std::string spelled(const fbx_node &node, const std::string &indent) const
     {
-        m_out.append(depth, '\t');
-        m_out += node.name + ":";
+        std::string text = indent + node.name + ":";
         const char *separator = " ";
         for (const fbx_value &value : node.values)
         {
-            m_out += separator;
+            text += separator + std::visit([&](const auto &v) { return spelled(v); }, value);
             separator = ",";
-            std::visit([&](const auto &v) { put_value(v); }, value);
         }
         if (!node.children.empty())
         {
-            m_out += " {\n";
+            text += " {\n";
             for (const fbx_node &child : node.children)
-                put_record(child, depth + 1);
-            m_out.append(depth, '\t');
-            m_out += "}";
+                text += spelled(child, indent + "\t");
+            text += indent + "}";
         }
-        m_out += "\n";
+        return text + "\n";
     }
 
-    template <typename T> void put_value(const T &v)
+    template <typename T> std::string spelled(T v) const
     {
-        if constexpr (std::is_same_v<T, double>)
-        {
-            char buffer[40];
-            std::snprintf(buffer, sizeof(buffer), "%.17g", v);
-            m_out += buffer;
-        }
-        else if constexpr (std::is_arithmetic_v<T>)
-            m_out += std::to_string(v);
-        else if constexpr (std::is_same_v<T, std::string>)
-            m_out += '"' + v + '"';
-        else if constexpr (std::is_same_v<T, fbx_object_name>)
-            put_value(v.object_class + "::" + v.name);
-        else
-            put_array(v);
+        return std::to_string(v);
     }
-
-    template <typename T> void put_array(const std::vector<T> &array)
+    std::string spelled(double v) const
     {
-        const bool in_block = m_encoding.version >= 7000;
-        if (in_block)
-            m_out += "*" + std::to_string(array.size()) + " {\n\ta: ";
+        char buffer[40];
+        std::snprintf(buffer, sizeof(buffer), "%.17g", v);
+        return buffer;
+    }
+    std::string spelled(const std::string &v) const
+    {
+        return '"' + v + '"';
+    }
+    std::string spelled(const fbx_object_name &v) const
+    {
+        return spelled(v.object_class + "::" + v.name);
+    }
+    template <typename T> std::string spelled(const std::vector<T> &array) const
+    {
+        std::string numbers;
         for (std::size_t i = 0; i < array.size(); ++i)
-        {
-            if (i != 0)
-                m_out += i % 16 == 0 ? ",\n" : ",";
-            put_value(array[i]);
-        }
-        if (in_block)
-            m_out += "\n}";
+            numbers += (i == 0 ? "" : i % 16 == 0 ? ",\n" : ",") + spelled(array[i]);
+        return m_version < 7000
+                   ? numbers
+                   : "*" + std::to_string(array.size()) + " {\n\ta: " + numbers + "\n}";
     }
 
-    const fbx_encoding m_encoding;
-    std::string m_out;
+    const unsigned int m_version;
 };
 } // namespace
 
