@@ -9,28 +9,20 @@
 namespace
 {
 template <typename T> constexpr unsigned int count_of = sizeof(T) / sizeof(float);
+template <typename T> constexpr bool is_vector = count_of<T> <= 4;
 
-template <typename T> float element(const T &object, unsigned int i)
+/// Every class of the kit is its floats, row by row.
+template <typename T> float &element(T &object, unsigned int i)
 {
-    float value;
-    std::memcpy(&value, reinterpret_cast<const char *>(&object) + i * sizeof(float), sizeof(value));
-    return value;
-}
-
-template <typename T> void set_element(T &object, unsigned int i, float value)
-{
-    if constexpr (count_of<T> <= 4)
-        object[i] = value;
-    else
-        object[i / (count_of<T> == 9 ? 3 : 4)][i % (count_of<T> == 9 ? 3 : 4)] = value;
+    return reinterpret_cast<float *>(&object)[i];
 }
 
 template <typename T> T random_object(test_random &random)
 {
     T object;
     for (unsigned int i = 0; i < count_of<T>; ++i)
-        set_element(object, i,
-                    random.below(8) ? random.between(-4.0f, 4.0f) : float_of(random.next()));
+        element(object, i) =
+            random.below(8) ? random.between(-4.0f, 4.0f) : float_of(random.next());
     return object;
 }
 
@@ -48,64 +40,55 @@ TYPED_TEST(Elementwise, EverySpellingRoundsEachElementOnce)
     test_random random(21);
     for (int round = 0; round < 2000; ++round)
     {
-        const T a = random_object<T>(random), b = random_object<T>(random);
+        T b = random_object<T>(random), m = random_object<T>(random);
+        const T a = m, &c = b;
         const float s = random.between(-4.0f, 4.0f);
-        const auto expect = [&a](const T &result, const char *what, auto operation)
+        T sum, difference, product, quotient, negative;
+        for (unsigned int i = 0; i < count_of<T>; ++i)
         {
-            for (unsigned int i = 0; i < count_of<T>; ++i)
-                ASSERT_TRUE(same_bits(element(result, i), operation(element(a, i), i))) << what;
+            const float p = element(m, i), q = element(b, i);
+            element(sum, i) = p + q;
+            element(difference, i) = p - q;
+            element(product, i) = p * s;
+            element(quotient, i) = p / s;
+            element(negative, i) = -p;
+        }
+        const auto expect = [](const char *what, T expected, std::initializer_list<T> spellings)
+        {
+            for (T result : spellings)
+                for (unsigned int i = 0; i < count_of<T>; ++i)
+                    ASSERT_TRUE(same_bits(element(result, i), element(expected, i))) << what;
         };
-        const auto sum = [&b](float p, unsigned int i) { return p + element(b, i); };
-        const auto difference = [&b](float p, unsigned int i) { return p - element(b, i); };
-        const auto product = [s](float p, unsigned int) { return p * s; };
-        const auto quotient = [s](float p, unsigned int) { return p / s; };
-        T m = a;
-        expect(m + b, "m + b", sum);
-        expect(a + b, "a + b", sum);
-        expect(m += b, "+=", sum);
-        expect((m = a) - b, "m - b", difference);
-        expect(a - b, "a - b", difference);
-        expect(m -= b, "-=", difference);
-        expect((m = a) * s, "m * s", product);
-        expect(a * s, "a * s", product);
-        expect(s * a, "s * a", product);
-        expect(m *= s, "*=", product);
-        expect((m = a) /= s, "/=", quotient);
-        if constexpr (count_of<T> <= 4)
+        expect("sum", sum, {m + c, a + c, m += c});
+        expect("difference", difference, {(m = a) - c, a - c, m -= c});
+        expect("product", product, {(m = a) * s, a * s, s * a, m *= s});
+        expect("quotient", quotient, {(m = a) /= s});
+        if constexpr (is_vector<T>)
         {
-            const auto negative = [](float p, unsigned int) { return -p; };
-            expect((m = a) / s, "m / s", quotient);
-            expect(a / s, "a / s", quotient);
-            expect(-m, "-m", negative);
-            expect(-a, "-a", negative);
+            expect("quotient", quotient, {(m = a) / s, a / s});
+            expect("negative", negative, {-m, -a});
         }
         else
-        {
-            const T squared = a * a;
-            expect((m = a) *= m, "its own factor",
-                   [&](float, unsigned int i) { return element(squared, i); });
-        }
+            expect("its own factor", a * a, {(m = a) *= m});
     }
 }
 
 TYPED_TEST(Elementwise, EqualityIsExactAndReadsEveryElement)
 {
     using T = TypeParam;
-    T zero;
-    for (unsigned int i = 0; i < count_of<T>; ++i)
-        set_element(zero, i, 0.0f);
+    const T zero = 0.0f * T();
     for (unsigned int i = 0; i < count_of<T>; ++i)
         for (const std::uint32_t bits : {0x80000000u, 1u, 0x7FC00000u})
         {
             T a = zero;
-            set_element(a, i, float_of(bits));
+            element(a, i) = float_of(bits);
             const T b = a;
             const int is_zero = bits == 0x80000000u, is_number = bits != 0x7FC00000u;
             EXPECT_TRUE((a == zero) == is_zero && (b == zero) == is_zero) << i;
             EXPECT_TRUE((a != zero) == !is_zero && (b != zero) == !is_zero) << i;
             EXPECT_TRUE((zero == a) == is_zero && (zero != a) == !is_zero) << i;
             EXPECT_TRUE((a == b) == is_number && (b != b) == !is_number) << i;
-            if constexpr (count_of<T> <= 4)
+            if constexpr (is_vector<T>)
             {
                 EXPECT_EQ(a.is_zero(), is_zero) << i;
             }

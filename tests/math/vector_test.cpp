@@ -3,28 +3,23 @@
 
 #include <cmath>
 
-namespace
-{
-template <typename V> class Vector : public testing::Test
-{
-};
-using all_classes = testing::Types<vesk_vector2, vesk_vector3, vesk_vector4>;
-TYPED_TEST_SUITE(Vector, all_classes);
-} // namespace
+// Bits are the golden run's; here is what the operations are, and where their results turn.
 
-TYPED_TEST(Vector, ToleranceIsADistanceOfItsOwn)
+TEST(Vectors, ToleranceIsADistanceOfItsOwn)
 {
-    using V = TypeParam;
-    V v, tiny;
-    v.x = 3.0f;
-    v.y = 4.0f;
-    EXPECT_EQ(vesk_vec_nearly_equal(v, v, 0.0f), 0);
-    EXPECT_EQ(vesk_vec_nearly_equal(v, v, 1e-06f), 1);
-    EXPECT_EQ(vesk_vec_nearly_equal(v, V(), 5.0f), 0);
-    EXPECT_EQ(vesk_vec_nearly_equal(v, V(), -5.1f), 1);
-    tiny.x = 1e-30f; // its square underflows
-    EXPECT_EQ(vesk_vec_normalize(tiny).is_zero(), 1);
-    EXPECT_EQ(v.normalize(), vesk_vec_normalize(v * 2.0f));
+    const auto check = [](auto v, auto tiny)
+    {
+        const auto zero = v - v;
+        EXPECT_EQ(vesk_vec_nearly_equal(v, v, 0.0f), 0);
+        EXPECT_EQ(vesk_vec_nearly_equal(v, v, 1e-06f), 1);
+        EXPECT_EQ(vesk_vec_nearly_equal(v, zero, 5.0f), 0);
+        EXPECT_EQ(vesk_vec_nearly_equal(v, zero, -5.1f), 1);
+        EXPECT_EQ(vesk_vec_normalize(tiny), zero); // its square underflows
+        EXPECT_EQ(v.normalize(), vesk_vec_normalize(v * 2.0f));
+    };
+    check(vesk_vector2(3, 4), vesk_vector2(1e-30f, 0));
+    check(vesk_vector3(0, 3, 4), vesk_vector3(0, 0, 1e-30f));
+    check(vesk_vector4(0, 3, 0, 4), vesk_vector4(0, 0, 0, 1e-30f));
 }
 
 TEST(Vector2, FullTurnLeavesTheVectorAndLargerAnglesAreReduced)
@@ -33,9 +28,8 @@ TEST(Vector2, FullTurnLeavesTheVectorAndLargerAnglesAreReduced)
     v.set_angle(float_of(0x40c90fdbu));
     EXPECT_EQ(v, vesk_vector2(3.0f, -4.0f));
     v.set_angle(7.0f);
-    const float reduced = static_cast<float>(7.0 - 6.2831854820251465);
-    EXPECT_EQ(v.x, static_cast<float>(std::cos(static_cast<double>(reduced))));
-    EXPECT_EQ(vesk_vector2(1.0f, 0.0f).get_angle(), 0.0f);
+    const double reduced = static_cast<double>(static_cast<float>(7.0 - 6.2831854820251465));
+    EXPECT_EQ(v.x, static_cast<float>(std::cos(reduced)));
     EXPECT_EQ(vesk_vector2().get_angle(), 0.0f);
     EXPECT_NEAR(vesk_vector2(0.0f, -1.0f).get_angle(), 4.712389f, 1e-6f); // never negative
     v = vesk_vector2(1.0f, 0.0f);
@@ -46,7 +40,6 @@ TEST(Vector2, FullTurnLeavesTheVectorAndLargerAnglesAreReduced)
 TEST(Vector3, ProductsTurnsAndBlendsAreRightHanded)
 {
     const vesk_vector3 x(1, 0, 0), y(0, 1, 0), z(0, 0, 1), a(0.6f, 0.8f, 0);
-    EXPECT_EQ(vesk_vec_cross_product(x, y), z);
     EXPECT_EQ(vesk_triangle_normal({0, 0, 0}, x, y), z);
     EXPECT_TRUE(
         vesk_vec_nearly_equal(vesk_vec_slerp(x, y, 0.5f), {0.70710678f, 0.70710678f, 0}, 1e-6f));
@@ -62,10 +55,8 @@ TEST(Vector3, ProductsTurnsAndBlendsAreRightHanded)
 
 TEST(Vector4, AssignsFromThreeAndBack)
 {
-    vesk_vector4 wide(1.0f, 2.0f, 3.0f, 4.0f);
+    vesk_vector4 wide(1, 2, 3, 4);
     vesk_vector3 narrow;
-    narrow = wide;
-    EXPECT_EQ(narrow, vesk_vector3(1.0f, 2.0f, 3.0f));
-    wide = narrow;
-    EXPECT_EQ(wide, vesk_vector4(1.0f, 2.0f, 3.0f, 0.0f));
+    wide = narrow = wide;
+    EXPECT_EQ(wide, vesk_vector4(1, 2, 3, 0));
 }
