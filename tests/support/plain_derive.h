@@ -26,7 +26,7 @@ inline void plain_generate_normals(vesk_mesh &mesh)
 {
     for (unsigned int v = 0; v < mesh.vertex_count; ++v)
     {
-        const vesk_vector3 at = mesh.vertex_array[v].position;
+        const vesk_vector3 here = mesh.vertex_array[v].position;
         vesk_vector3 &normal = mesh.vertex_array[v].normal;
         bool touched = false;
         for (unsigned int word = 0; word + 7 <= mesh.index_count; word += 7)
@@ -35,7 +35,6 @@ inline void plain_generate_normals(vesk_mesh &mesh)
             const vesk_vector3 &p0 = mesh.vertex_array[corners[0]].position;
             const vesk_vector3 &p1 = mesh.vertex_array[corners[1]].position;
             const vesk_vector3 &p2 = mesh.vertex_array[corners[2]].position;
-            const vesk_vector3 &here = at;
             if (p0 == here || p1 == here || p2 == here)
             {
                 const vesk_vector3 n = vesk_vec_cross_product(p1 - p2, p0 - p1);
@@ -121,8 +120,9 @@ inline void plain_position_and_scale(vesk_mesh &mesh, const vesk_vector3 &offset
 inline void plain_center_and_enforce_size(vesk_mesh &mesh, float size, vesk_vector3 &offset,
                                           float &factor)
 {
-    const vesk_vector3 centre =
-        mesh.bounding_box_min + (mesh.bounding_box_max - mesh.bounding_box_min) / 2.0f;
+    const vesk_vector3 extent = mesh.bounding_box_max - mesh.bounding_box_min;
+    const vesk_vector3 centre = // of no vertices: the origin, where the box has no size
+        mesh.vertex_count ? mesh.bounding_box_min + extent / 2.0f : vesk_vector3();
     offset = -centre;
     mesh.bounding_box_min -= centre;
     mesh.bounding_box_max -= centre;
