@@ -96,17 +96,6 @@ void add_free_triangle(mesh_source &source, test_random &random, const vesk_vect
     source.add_triangle(a, b, c);
 }
 
-float odd_float(test_random &random)
-{
-    static const std::uint32_t patterns[] = {
-        0x7FC00000u, 0xFFC00001u, 0x7F800000u, 0xFF800000u, // NaN, infinities
-        0x7F7FFFFFu, 0xFF7FFFFFu, 0x7E800000u, 0x5F000000u, // huge
-        0x00000001u, 0x807FFFFFu, 0x00800000u, 0x1F000000u, // denormal and tiny
-        0x00000000u, 0x80000000u,                           // zeros
-    };
-    return from_bits(patterns[random.below(sizeof(patterns) / sizeof(patterns[0]))]);
-}
-
 /// Triangle number `kind` of the ways to be degenerate.
 void add_degenerate_triangle(mesh_source &source, test_random &random, unsigned int kind)
 {
@@ -178,6 +167,17 @@ vesk_vector3 test_random::point(float low, float high)
     const float y = between(low, high);
     const float z = between(low, high);
     return vesk_vector3(x, y, z);
+}
+
+float test_random::odd()
+{
+    static const std::uint32_t patterns[] = {
+        0x7FC00000u, 0xFFC00001u, 0x7F800000u, 0xFF800000u, // NaN, infinities
+        0x7F7FFFFFu, 0xFF7FFFFFu, 0x7E800000u, 0x5F000000u, // huge
+        0x00000001u, 0x807FFFFFu, 0x00800000u, 0x1F000000u, // denormal and tiny
+        0x00000000u, 0x80000000u,                           // zeros
+    };
+    return from_bits(patterns[below(sizeof(patterns) / sizeof(patterns[0]))]);
 }
 
 unsigned int mesh_source::vertex_count() const
@@ -405,13 +405,13 @@ mesh_source nan_bearing(std::uint64_t seed, unsigned int triangle_count)
     for (vesk_3d_vertex_s &vertex : source.vertices)
     {
         if (random.below(8) == 0)
-            vertex.position[random.below(3)] = odd_float(random);
+            vertex.position[random.below(3)] = random.odd();
         if (random.below(8) == 0)
-            vertex.normal[random.below(3)] = odd_float(random);
+            vertex.normal[random.below(3)] = random.odd();
     }
     for (vesk_vector2 &uv : source.channels[0].uvs)
         if (random.below(8) == 0)
-            uv[random.below(2)] = odd_float(random);
+            uv[random.below(2)] = random.odd();
     return source;
 }
 

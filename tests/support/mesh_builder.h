@@ -20,6 +20,7 @@ public:
     float unit();                             ///< a multiple of 2^-24 in [0, 1)
     float between(float low, float high);     ///< low + (high - low) * unit()
     vesk_vector3 point(float low, float high);
+    float odd(); ///< a NaN, infinite, huge, tiny, denormal, or a zero of either sign
 
 private:
     std::uint64_t state;

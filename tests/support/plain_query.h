@@ -124,14 +124,19 @@ template <typename Take> int walk(const vesk_octree_node_s &node, const vesk_3d_
     return found;
 }
 
+/// Edges are inside, and a NaN is not outside.
+inline int rect_holds_point(const vesk_quadtree_aa_bounding_rect_s &rect, const vesk_vector2 &point)
+{
+    return !(rect.min.x > point.x || point.x > rect.max.x || rect.min.y > point.y ||
+             point.y > rect.max.y);
+}
+
 /// Walks the quadtree below a node for a texel.
 inline int texel(const vesk_uv_lookup_node_s &node, const vesk_vector3 *corners,
                  const vesk_vector2 &point, vesk_uv_lookup_triangle_s &triangle,
                  vesk_vector2 &barycentric)
 {
-    const vesk_quadtree_aa_bounding_rect_s &rect = node.bounding_rect;
-    if (rect.min.x > point.x || point.x > rect.max.x || rect.min.y > point.y ||
-        point.y > rect.max.y)
+    if (!rect_holds_point(node.bounding_rect, point))
         return 0;
     const question q{vesk_vector3(point.x, 10.0f, point.y), vesk_vector3(0.0f, -1.0f, 0.0f), 0,
                      0.0f, nullptr};
