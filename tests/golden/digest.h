@@ -16,10 +16,10 @@ public:
         (add_one(values), ...);
     }
 
-    void add_words(const unsigned int *words, std::size_t count)
+    template <typename Value> void add_array(const Value *values, std::size_t count)
     {
         for (std::size_t i = 0; i < count; ++i)
-            add_one(words[i]);
+            add_one(values[i]);
     }
 
     std::uint64_t value() const

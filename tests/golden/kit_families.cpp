@@ -7,29 +7,12 @@ namespace
 {
 /// Ordinary numbers, and those at which arithmetic turns.
 constexpr float infinity = std::numeric_limits<float>::infinity();
-const float grid_numbers[] = {0.0f,
-                              -0.0f,
-                              1.0f,
-                              -1.0f,
-                              0.5f,
-                              2.5f,
-                              -3.25f,
-                              0.1f,
-                              0.70710677f,
-                              3.1415927f,
-                              6.2831855f,
-                              -6.5f,
-                              7.0f,
-                              1e-3f,
-                              1e-30f,
-                              -1e-42f,
-                              1e30f,
-                              123456.789f,
-                              4.2949673e9f,
-                              std::numeric_limits<float>::max(),
-                              infinity,
-                              -infinity,
-                              std::numeric_limits<float>::quiet_NaN()};
+constexpr float most = std::numeric_limits<float>::max();
+constexpr float none = std::numeric_limits<float>::quiet_NaN();
+const float grid_numbers[] = {0.0f,         -0.0f, 1.0f,        -1.0f,      0.5f,       2.5f,
+                              -3.25f,       0.1f,  0.70710677f, 3.1415927f, 6.2831855f, -6.5f,
+                              7.0f,         1e-3f, 1e-30f,      -1e-42f,    1e30f,      123456.789f,
+                              4.2949673e9f, most,  infinity,    -infinity,  none};
 
 constexpr unsigned int random_count = 4000;
 
@@ -39,10 +22,10 @@ bool is_promised_angle(float radians)
     return !(vesk_fabs(radians) > 4294967296.0f && vesk_fabs(radians) <= 3.4028235e38f);
 }
 
-template <typename V> V random_vector(test_random &random, unsigned int size)
+template <typename V> V random_vector(test_random &random)
 {
     V v;
-    for (unsigned int i = 0; i < size; ++i)
+    for (unsigned int i = 0; i < sizeof(V) / sizeof(float); ++i)
         v[i] = random.below(8) == 0
                    ? grid_numbers[random.below(sizeof(grid_numbers) / sizeof(float))]
                    : random.between(-4.0f, 4.0f);
@@ -62,16 +45,13 @@ template <typename V> void fold_common(digest &out, V a, V b, float s)
             vesk_vec_normalize(a), vesk_vec_reflect(a, b), vesk_vec_dot_product(a, b),
             vesk_vec_nearly_equal(a, b, s));
 }
-} // namespace
 
 void fold_scalars(digest &out)
 {
     for (const float a : grid_numbers)
     {
         if (is_promised_angle(a))
-        {
             out.add(vesk_sine(a), vesk_cosine(a));
-        }
         out.add(vesk_degree_to_radian(a), vesk_degree_to_half_radian(a), vesk_radian_to_degree(a),
                 vesk_square_root(a), vesk_arccosine(a), vesk_arctangent(a), vesk_fabs(a),
                 vesk_round(a));
@@ -82,10 +62,8 @@ void fold_scalars(digest &out)
             if (is_promised_angle(a) && is_promised_angle(b))
                 out.add(vesk_maximize_angles(a, b));
             for (const float c : grid_numbers)
-            {
                 out.add(vesk_is_angle_in_range(a, b, c), vesk_clamp(a, b, c),
                         vesk_percentage(a, b, c));
-            }
         }
     }
     test_random random(11);
@@ -97,8 +75,8 @@ void fold_scalars(digest &out)
                 vesk_arctangent2(part, angle), vesk_exponent(vesk_fabs(angle), part),
                 vesk_mod(angle, vesk_fabs(part)), vesk_round(vesk_fabs(angle)));
         const unsigned int value = random.next();
-        out.add(vesk_mod(value, random.below(3)));
-        out.add(vesk_abs(static_cast<int>(random.below(1000)) - 500));
+        const unsigned int divisor = random.below(3);
+        out.add(vesk_mod(value, divisor), vesk_abs(static_cast<int>(random.below(1000)) - 500));
     }
 }
 
@@ -108,8 +86,8 @@ void fold_vectors(digest &out)
     for (unsigned int i = 0; i < random_count; ++i)
     {
         const float s = random.between(-2.0f, 2.0f);
-        vesk_vector2 a2 = random_vector<vesk_vector2>(random, 2);
-        const vesk_vector2 b2 = random_vector<vesk_vector2>(random, 2);
+        vesk_vector2 a2 = random_vector<vesk_vector2>(random);
+        const vesk_vector2 b2 = random_vector<vesk_vector2>(random);
         fold_common(out, a2, b2, s);
         out.add(vesk_vec_distance(a2, b2), vesk_vec_distance_squared(a2, b2),
                 vesk_vec_lerp(a2, b2, s), a2.get_angle());
@@ -118,9 +96,9 @@ void fold_vectors(digest &out)
         a2.set_angle(s * 8.0f);
         out.add(a2);
 
-        const vesk_vector3 a3 = random_vector<vesk_vector3>(random, 3);
-        const vesk_vector3 b3 = random_vector<vesk_vector3>(random, 3);
-        const vesk_vector3 c3 = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 a3 = random_vector<vesk_vector3>(random);
+        const vesk_vector3 b3 = random_vector<vesk_vector3>(random);
+        const vesk_vector3 c3 = random_vector<vesk_vector3>(random);
         fold_common(out, a3, b3, s);
         out.add(vesk_vec_distance(a3, b3), vesk_vec_distance_squared(a3, b3),
                 vesk_vec_lerp(a3, b3, s), vesk_vec_cross_product(a3, b3),
@@ -131,8 +109,8 @@ void fold_vectors(digest &out)
         vesk_rotate_point_around_axis(a3, b3, s, turned);
         out.add(turned);
 
-        const vesk_vector4 a4 = random_vector<vesk_vector4>(random, 4);
-        fold_common(out, a4, random_vector<vesk_vector4>(random, 4), s);
+        const vesk_vector4 a4 = random_vector<vesk_vector4>(random);
+        fold_common(out, a4, random_vector<vesk_vector4>(random), s);
     }
 }
 
@@ -142,7 +120,7 @@ void fold_matrices(digest &out)
     for (unsigned int i = 0; i < random_count; ++i)
     {
         const float angle = random.between(-7.0f, 7.0f);
-        const vesk_vector3 v = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 v = random_vector<vesk_vector3>(random);
         const vesk_vector3 axis = vesk_vec_normalize(random.point(-1.0f, 1.0f));
         vesk_matrix33 a;
         for (unsigned int row = 0; row < 3; ++row)
@@ -159,7 +137,7 @@ void fold_matrices(digest &out)
         vesk_matrix44 c = vesk_matrix44_rotate(i % 4, angle);
         c *= vesk_matrix44_translate(v) * vesk_matrix44_scale(axis);
         out.add(c, c * v, v * c);
-        out.add(c * random_vector<vesk_vector4>(random, 4));
+        out.add(c * random_vector<vesk_vector4>(random));
         c = a;
         c /= angle;
         out.add(c.transpose());
@@ -201,7 +179,7 @@ void fold_planes(digest &out)
     {
         const vesk_vector3 a = random.point(-2.0f, 2.0f);
         const vesk_vector3 b = random.point(-2.0f, 2.0f);
-        const vesk_vector3 c = random_vector<vesk_vector3>(random, 3);
+        const vesk_vector3 c = random_vector<vesk_vector3>(random);
         vesk_plane3 plane;
         plane.create_from_triangle(a, b, c);
         out.add(plane.normal, plane.point, plane.d);
@@ -214,4 +192,14 @@ void fold_planes(digest &out)
                                      vesk_vector2(c.x, c.y)),
                 vesk_ray_intersect_sphere(a, vesk_vec_normalize(b - a), c, 1.5f));
     }
+}
+} // namespace
+
+std::vector<family> kit_families()
+{
+    return {{"scalars", fold_scalars},
+            {"vectors", fold_vectors},
+            {"matrices", fold_matrices},
+            {"quaternions", fold_quaternions},
+            {"planes", fold_planes}};
 }
