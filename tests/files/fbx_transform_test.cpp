@@ -1,18 +1,12 @@
 #include "files/fbx/sdk_math.h"
+#include "files/fbx/sine.h"
 #include "files/fbx/transform.h"
+#include "support/mesh_builder.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <random>
-#include <vector>
 
-using vesk_fbx::child_frame;
-using vesk_fbx::FbxVector4;
-using vesk_fbx::inherit_type;
-using vesk_fbx::node_frame;
-using vesk_fbx::node_properties;
-using vesk_fbx::rotation_order;
-using vesk_fbx::vector3;
+using namespace vesk_fbx;
 
 namespace
 {
@@ -48,27 +42,23 @@ plain_matrix scaled(const vector3 &v)
 /// Turns about the axes in the order of the letters.
 plain_matrix turned(const vector3 &degrees, const std::string &axes)
 {
+    const double turns[] = {degrees.x, degrees.y, degrees.z};
     plain_matrix r;
-    for (const char axis : axes)
+    for (const char letter : axes)
     {
-        const double angle = (axis == 'x'   ? degrees.x
-                              : axis == 'y' ? degrees.y
-                                            : degrees.z) *
-                             std::acos(-1.0) / 180;
-        const double c = std::cos(angle), s = std::sin(angle);
+        const int axis = letter - 'x', u = (axis + 1) % 3, v = (axis + 2) % 3;
+        const double angle = turns[axis] * std::acos(-1.0) / 180;
         plain_matrix one;
-        if (axis == 'x')
-            one = {{{1, 0, 0, 0}, {0, c, -s, 0}, {0, s, c, 0}, {0, 0, 0, 1}}};
-        else if (axis == 'y')
-            one = {{{c, 0, s, 0}, {0, 1, 0, 0}, {-s, 0, c, 0}, {0, 0, 0, 1}}};
-        else
-            one = {{{c, -s, 0, 0}, {s, c, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+        one.m[u][u] = one.m[v][v] = std::cos(angle);
+        one.m[v][u] = std::sin(angle);
+        one.m[u][v] = -std::sin(angle);
         r = one * r;
     }
     return r;
 }
 
-plain_matrix transposed(const plain_matrix &a)
+/// Of a rotation.
+plain_matrix inverse(const plain_matrix &a)
 {
     plain_matrix t;
     for (int i = 0; i < 4; ++i)
@@ -77,13 +67,7 @@ plain_matrix transposed(const plain_matrix &a)
     return t;
 }
 
-plain_matrix without_translation(plain_matrix a)
-{
-    a.m[0][3] = a.m[1][3] = a.m[2][3] = 0.0;
-    return a;
-}
-
-/// A node's global matrix and the product of all rotations down to it.
+/// A node's global matrix, and the product of all rotations down to it.
 struct plain_node
 {
     plain_matrix global, rotation;
@@ -96,13 +80,13 @@ plain_node plain_child(const plain_node &parent, const node_properties &p)
     plain_matrix q = turned(p.rotation, "xyz");
     if (p.rotation_active && !p.rotation_space_for_limit_only)
         q = turned(p.pre_rotation, "xyz") * turned(p.rotation, orders[static_cast<int>(p.order)]) *
-            transposed(turned(p.post_rotation, "xyz"));
+            inverse(turned(p.post_rotation, "xyz"));
     const plain_matrix local = translated(p.translation) * translated(p.rotation_offset) *
                                translated(p.rotation_pivot) * q * translated(p.rotation_pivot, -1) *
                                translated(p.scaling_offset) * translated(p.scaling_pivot) *
                                scaled(p.scaling) * translated(p.scaling_pivot, -1);
 
-    const plain_matrix gathered = transposed(parent.rotation) * without_translation(parent.global);
+    plain_matrix gathered = inverse(parent.rotation) * parent.global; // but for the translation
     const vector3 undo = {1 / parent.scaling.x, 1 / parent.scaling.y, 1 / parent.scaling.z};
     plain_node node;
     node.scaling = p.scaling;
@@ -118,48 +102,36 @@ plain_node plain_child(const plain_node &parent, const node_properties &p)
     return node;
 }
 
-class random_properties
+vector3 random_vector(test_random &random, float most)
 {
-public:
-    node_properties next()
-    {
-        node_properties p;
-        p.translation = vector(5);
-        p.rotation = vector(180);
-        p.pre_rotation = vector(180);
-        p.post_rotation = vector(180);
-        p.rotation_offset = vector(3);
-        p.rotation_pivot = vector(3);
-        p.scaling_offset = vector(3);
-        p.scaling_pivot = vector(3);
-        p.scaling = {scale(), scale(), scale()};
-        p.order = static_cast<rotation_order>(random() % 7);
-        p.inherit = static_cast<inherit_type>(random() % 3);
-        p.rotation_active = random() % 4 != 0;
-        p.rotation_space_for_limit_only = random() % 4 == 0;
-        return p;
-    }
+    const vesk_vector3 v = random.point(-most, most);
+    return {v.x, v.y, v.z};
+}
 
-private:
-    double number(double most)
-    {
-        return most * (static_cast<int>(random() % 20001) - 10000) / 10000.0;
-    }
-    vector3 vector(double most)
-    {
-        return {number(most), number(most), number(most)};
-    }
-    double scale()
-    {
-        return (random() % 3 ? 1.0 : -1.0) * (0.6 + std::fabs(number(1)));
-    }
-
-    std::mt19937 random{17};
-};
+node_properties random_properties(test_random &random)
+{
+    node_properties p;
+    p.translation = random_vector(random, 5);
+    p.rotation = random_vector(random, 180);
+    p.pre_rotation = random_vector(random, 180);
+    p.post_rotation = random_vector(random, 180);
+    p.rotation_offset = random_vector(random, 3);
+    p.rotation_pivot = random_vector(random, 3);
+    p.scaling_offset = random_vector(random, 3);
+    p.scaling_pivot = random_vector(random, 3);
+    for (double *scale : {&p.scaling.x, &p.scaling.y, &p.scaling.z})
+        *scale = (random.below(3) ? 1.0 : -1.0) * (0.6 + static_cast<double>(random.unit()));
+    p.order = static_cast<rotation_order>(random.below(7));
+    p.inherit = static_cast<inherit_type>(random.below(3));
+    p.rotation_active = random.below(4) != 0;
+    p.rotation_space_for_limit_only = random.below(4) == 0;
+    return p;
+}
+} // namespace
 
 TEST(FbxTransform, ChainsAgreeWithProductsOfPlainMatrices)
 {
-    random_properties properties;
+    test_random random(17);
     for (int round = 0; round < 300; ++round)
     {
         SCOPED_TRACE(round);
@@ -167,7 +139,7 @@ TEST(FbxTransform, ChainsAgreeWithProductsOfPlainMatrices)
         plain_node expected;
         for (int depth = 0; depth < 5; ++depth)
         {
-            const node_properties p = properties.next();
+            const node_properties p = random_properties(random);
             frame = child_frame(frame, p);
             expected = plain_child(expected, p);
         }
@@ -198,15 +170,39 @@ TEST(FbxTransform, ScaleOfZeroStaysFinite)
 
 TEST(FbxTransform, NormalizeReachesAllLengths)
 {
-    for (const double length : {1.0, 1e-300, 1e300, 3e-320})
+    for (const double length : {1.0, 1e-300, 1e300, 3e-320, 0.0})
     {
         FbxVector4 v(3 * length, 0, -4 * length);
         v.Normalize();
-        EXPECT_NEAR(v[0], 0.6, 1e-3) << length;
-        EXPECT_NEAR(v[2], -0.8, 1e-3) << length;
+        EXPECT_NEAR(v[0], length > 0.0 ? 0.6 : 0.0, 1e-3) << length;
+        EXPECT_NEAR(v[2], length > 0.0 ? -0.8 : 0.0, 1e-3) << length;
     }
-    FbxVector4 zero(0, 0, 0);
-    zero.Normalize();
-    EXPECT_EQ(zero[0], 0.0);
 }
-} // namespace
+
+TEST(FbxTransform, SinesAreWithinTwoUnitsOfThePlatforms)
+{
+    test_random random(5);
+    for (int i = 0; i < 200000; ++i)
+    {
+        double degrees = i % 721 - 360;
+        if (i >= 721)
+            degrees = std::ldexp(static_cast<double>(random.next()) - 2147483648.0,
+                                 -23 - static_cast<int>(random.below(50)));
+        const sine_cosine mine = sine_cosine_of_degrees(degrees);
+        const double angle = degrees * 0.017453292519943295;
+        const auto expect_close = [&](double value, double reference)
+        {
+            double tolerance = std::nextafter(std::fabs(reference), 2.0) - std::fabs(reference);
+#if defined(_WIN32) // its x87 instruction reduces by a pi of 66 bits
+            tolerance += std::ldexp(std::fabs(angle), -67);
+#endif
+            ASSERT_NEAR(value, reference, 2.0 * tolerance) << degrees;
+        };
+        expect_close(mine.sine, std::sin(angle));
+        expect_close(mine.cosine, std::cos(angle));
+    }
+    // A half turn keeps the sine of the double next to pi.
+    EXPECT_EQ(sine_cosine_of_degrees(180.0).sine, 0x1.1a62633145c07p-53);
+    EXPECT_EQ(sine_cosine_of_degrees(180.0 + 360.0 * 1024).sine, 0x1.1a62633145c07p-53);
+    EXPECT_TRUE(std::isnan(sine_cosine_of_degrees(INFINITY).cosine));
+}

@@ -1,4 +1,5 @@
 #include "files/fbx/triangulate.h"
+#include "support/mesh_builder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,9 +7,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <random>
 #include <utility>
-#include <vector>
 
 using vesk_fbx::polygon_splitter;
 using vesk_fbx::vector2;
@@ -60,49 +59,52 @@ double doubled_area(const vector2 &a, const vector2 &b, const vector2 &c)
     return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
 
-/// No triangle turned over: with closed edges, the polygon is covered and nothing twice.
-int turned_over(const outline &polygon, const std::vector<int> &triangles)
+/// Triangles by the sign of their area, against that of the whole polygon.
+struct sign_counts
+{
+    int turned_over = 0, flat = 0;
+};
+
+sign_counts count_signs(const outline &polygon, const std::vector<int> &triangles)
 {
     double sum = 0.0;
     for (std::size_t i = 0; i < polygon.size(); ++i)
         sum += doubled_area({0.0, 0.0}, polygon[i], polygon[(i + 1) % polygon.size()]);
-    int count = 0;
+    sign_counts counts;
     for (std::size_t t = 0; t < triangles.size(); t += 3)
     {
-        const vector2 &a = polygon[static_cast<std::size_t>(triangles[t])];
-        const vector2 &b = polygon[static_cast<std::size_t>(triangles[t + 1])];
-        const vector2 &c = polygon[static_cast<std::size_t>(triangles[t + 2])];
-        count += doubled_area(a, b, c) * (sum < 0.0 ? -1.0 : 1.0) < 0.0;
+        const auto corner = [&](std::size_t k)
+        { return polygon[static_cast<std::size_t>(triangles[t + k])]; };
+        const double area = doubled_area(corner(0), corner(1), corner(2));
+        counts.turned_over += area * sum < 0.0;
+        counts.flat += area == 0.0;
     }
-    return count;
+    return counts;
 }
 
-void expect_covered(const outline &polygon)
+/// With closed edges and no triangle turned over, the polygon is covered and nothing twice.
+void expect_covered(outline polygon)
 {
     for (int turn = 0; turn < 2; ++turn)
     {
-        outline p = polygon;
-        if (turn == 1)
-            std::reverse(p.begin(), p.end());
-        const std::vector<int> triangles = split(in_tilted_plane(p));
-        expect_closed(triangles, static_cast<int>(p.size()));
-        EXPECT_EQ(turned_over(p, triangles), 0);
+        const std::vector<int> triangles = split(in_tilted_plane(polygon));
+        expect_closed(triangles, static_cast<int>(polygon.size()));
+        EXPECT_EQ(count_signs(polygon, triangles).turned_over, 0);
+        std::reverse(polygon.begin(), polygon.end());
     }
 }
 
-outline star(std::mt19937 &random, int corner_count)
+vector2 around(double radius, double angle)
 {
-    std::vector<double> angles;
-    for (int i = 0; i < corner_count; ++i)
-        angles.push_back(2.0 * 3.14159265358979 * (i + static_cast<int>(random() % 90) / 100.0) /
-                         corner_count);
+    return {std::round(radius * std::cos(angle)), std::round(radius * std::sin(angle))};
+}
+
+outline star(test_random &random, int corner_count)
+{
     outline polygon;
-    for (double angle : angles)
-    {
-        const double radius = 100.0 + static_cast<double>(random() % 4000);
-        polygon.push_back({std::round(64.0 * radius * std::cos(angle)),
-                           std::round(64.0 * radius * std::sin(angle))});
-    }
+    for (int i = 0; i < corner_count; ++i)
+        polygon.push_back(around(64.0 * (100.0 + random.below(4000)),
+                                 6.28318530717958 * (i + random.below(90) / 100.0) / corner_count));
     return polygon;
 }
 
@@ -110,46 +112,40 @@ outline spiral(int turns)
 {
     outline polygon;
     for (int i = 0; i < turns * 20; ++i)
-        polygon.push_back({std::round((50.0 + i) * 100.0 * std::cos(i * 0.314159265)),
-                           std::round((50.0 + i) * 100.0 * std::sin(i * 0.314159265))});
+        polygon.push_back(around((50.0 + i) * 100.0, i * 0.314159265));
     for (int i = turns * 20; i-- > 0;)
-        polygon.push_back({std::round((40.0 + i) * 100.0 * std::cos(i * 0.314159265)),
-                           std::round((40.0 + i) * 100.0 * std::sin(i * 0.314159265))});
+        polygon.push_back(around((40.0 + i) * 100.0, i * 0.314159265));
     return polygon;
 }
 
-/// A picture of open cells, whose outline is a polygon.
+/// A square picture of open cells, whose outline is a polygon.
 struct picture
 {
-    explicit picture(int width) : size(width), cells(static_cast<std::size_t>(width * width), 0) {}
-    char &at(int x, int y)
-    {
-        return cells[static_cast<std::size_t>(y * size + x)];
-    }
-    bool is_open(int x, int y)
-    {
-        return x >= 0 && y >= 0 && x < size && y < size && at(x, y) != 0;
-    }
     int size;
-    std::vector<char> cells;
+    std::vector<bool> cells;
+
+    bool is_open(int x, int y) const
+    {
+        return x >= 0 && y >= 0 && x < size && y < size &&
+               cells[static_cast<std::size_t>(y * size + x)];
+    }
+    outline trace(bool every_step, bool join) const;
 };
 
-constexpr int step_x[4] = {1, 0, -1, 0}, step_y[4] = {0, 1, 0, -1};
-
-/// The outline of the cells around (x, y), which is the leftmost of the lowest. `every_step` keeps
-/// the points on straight walls; `join` passes through corners where cells only touch.
-outline trace(picture &cells, int start_x, int start_y, bool every_step, bool join)
+/// The outline of the cells around the leftmost of the lowest. `every_step` keeps the points on
+/// straight walls; `join` passes through corners where cells only touch.
+outline picture::trace(bool every_step, bool join) const
 {
+    constexpr int step_x[4] = {1, 0, -1, 0}, step_y[4] = {0, 1, 0, -1};
+    const int first = static_cast<int>(std::find(cells.begin(), cells.end(), true) - cells.begin());
     outline polygon;
-    int x = start_x, y = start_y, direction = 0;
+    int x = first % size, y = first / size, direction = 0;
     do
     {
         // The cells ahead, to the left and to the right of the way.
         const int d = direction;
-        const bool left =
-            cells.is_open(x - (d == 1 || d == 2 ? 1 : 0), y - (d == 2 || d == 3 ? 1 : 0));
-        const bool right =
-            cells.is_open(x - (d == 2 || d == 3 ? 1 : 0), y - (d == 0 || d == 3 ? 1 : 0));
+        const bool left = is_open(x - (d == 1 || d == 2), y - (d == 2 || d == 3));
+        const bool right = is_open(x - (d == 2 || d == 3), y - (d == 0 || d == 3));
         if (right && (left || join))
             direction = (d + 3) % 4;
         else if (!left)
@@ -158,43 +154,24 @@ outline trace(picture &cells, int start_x, int start_y, bool every_step, bool jo
             polygon.push_back({static_cast<double>(x), static_cast<double>(y)});
         x += step_x[direction];
         y += step_y[direction];
-    } while (x != start_x || y != start_y || direction != 3);
+    } while (x != first % size || y != first / size || direction != 3);
     return polygon;
 }
 
 /// The outline of random cells, from any of its corners on. Cells that meet in corners only make it
 /// touch itself in every way.
-outline outline_of_random_cells(std::mt19937 &random)
+outline outline_of_random_cells(test_random &random)
 {
-    picture cells(3 + static_cast<int>(random() % 6));
-    const unsigned density = 45 + static_cast<unsigned>(random() % 30);
-    for (char &cell : cells.cells)
-        cell = random() % 100 < density;
-    cells.cells.back() = 1;
-    int first = 0;
-    while (!cells.at(first % cells.size, first / cells.size))
-        ++first;
-    const bool every_step = random() % 2, join = random() % 2;
-    outline polygon = trace(cells, first % cells.size, first / cells.size, every_step, join);
-    std::rotate(polygon.begin(),
-                polygon.begin() + static_cast<std::ptrdiff_t>(random() % polygon.size()),
-                polygon.end());
+    picture random_cells = {3 + static_cast<int>(random.below(6)), {}};
+    const unsigned int density = 45 + random.below(30);
+    for (int i = 1; i < random_cells.size * random_cells.size; ++i)
+        random_cells.cells.push_back(random.below(100) < density);
+    random_cells.cells.push_back(true);
+    const bool every_step = random.below(2), join = random.below(2);
+    outline polygon = random_cells.trace(every_step, join);
+    const unsigned int start = random.below(static_cast<unsigned int>(polygon.size()));
+    std::rotate(polygon.begin(), polygon.begin() + start, polygon.end());
     return polygon;
-}
-
-TEST(FbxTriangulate, QuadrangleTakesTheDiagonalThatFits)
-{
-    const std::vector<int> along_02 = {0, 1, 2, 0, 2, 3}, along_13 = {0, 1, 3, 1, 2, 3};
-    EXPECT_EQ(split({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}), (std::vector<int>{0, 1, 2}));
-    EXPECT_EQ(split({{0, 0, 0}, {9, 0, 0}, {10, 1, 0}, {0, 1, 0}}), along_13);
-    EXPECT_EQ(split({{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}}), along_02); // equal diagonals
-    // A reflex corner leaves one choice, and it is the longer diagonal in the second one.
-    EXPECT_EQ(split({{0, 0, 0}, {4, 0, 0}, {1, 1, 0}, {0, 4, 0}}), along_02);
-    EXPECT_EQ(split({{0, 4, 0}, {0, 0, 0}, {4, 0, 0}, {1, 1, 0}}), along_13);
-    EXPECT_EQ(split({{-1, 0, 0}, {9, -5, 0}, {0, 0, 0}, {9, 5, 0}}), along_02);
-    // A corner on the line between its neighbours, and the same run clockwise.
-    EXPECT_EQ(split({{0, 0, 0}, {2, 0, 0}, {4, 0, 0}, {2, 1, 0}}), along_13);
-    EXPECT_EQ(split({{2, 1, 0}, {4, 0, 0}, {2, 0, 0}, {0, 0, 0}}), along_02);
 }
 
 /// Twice the area of a triangle seen along an axis, exact for small whole coordinates.
@@ -209,19 +186,21 @@ int area_along(const std::vector<vector3> &p, int axis, int a, int b, int c)
     return (at(b, u) - at(a, u)) * (at(c, v) - at(a, v)) -
            (at(b, v) - at(a, v)) * (at(c, u) - at(a, u));
 }
+} // namespace
 
 // Concave, crossing, bent and flat ones, on a lattice where the answer needs no rounding.
 TEST(FbxTriangulate, QuadranglesAgreeWithWholeNumbers)
 {
     const auto sign = [](int value) { return (value > 0) - (value < 0); };
     const auto square = [](double d) { return d * d; };
-    std::mt19937 random(11);
+    test_random random(11);
     for (int round = 0; round < 20000; ++round)
     {
         const unsigned int size = round % 2 == 0 ? 3 : 9;
         std::vector<vector3> p(4);
         for (vector3 &v : p)
-            v = {double(random() % size), double(random() % size), double(random() % size)};
+            v = {double(random.below(size)), double(random.below(size)),
+                 double(random.below(size))};
         int area[3], axis = 2;
         for (int i = 0; i < 3; ++i)
             area[i] = area_along(p, i, 0, 1, 2) + area_along(p, i, 0, 2, 3);
@@ -244,7 +223,7 @@ TEST(FbxTriangulate, QuadranglesAgreeWithWholeNumbers)
 
 TEST(FbxTriangulate, CoversOutlinesWithoutOverlap)
 {
-    std::mt19937 random(7);
+    test_random random(7);
     for (int n = 5; n < 60; ++n)
     {
         SCOPED_TRACE(n);
@@ -264,26 +243,20 @@ TEST(FbxTriangulate, CoversOutlinesWithoutOverlap)
 
 TEST(FbxTriangulate, CollinearCornersGetAreaWherePossible)
 {
-    outline polygon;
+    outline polygon = {{20.0, 30.0}};
     for (int i = 0; i < 40; ++i)
         polygon.push_back({static_cast<double>(i), 0.0});
-    polygon.push_back({20.0, 30.0});
-    const std::vector<int> triangles = split(in_tilted_plane(polygon));
-    for (std::size_t t = 0; t < triangles.size(); t += 3)
-        EXPECT_GT(doubled_area(polygon[static_cast<std::size_t>(triangles[t])],
-                               polygon[static_cast<std::size_t>(triangles[t + 1])],
-                               polygon[static_cast<std::size_t>(triangles[t + 2])]),
-                  0.0);
+    EXPECT_EQ(count_signs(polygon, split(in_tilted_plane(polygon))).flat, 0);
 }
 
 TEST(FbxTriangulate, HostilePolygonsStayClosed)
 {
     const double infinity = std::numeric_limits<double>::infinity();
-    std::mt19937 random(3);
+    test_random random(3);
     std::vector<std::vector<vector3>> polygons(9);
     for (int i = 0; i < 4000; ++i)
     {
-        const double x = static_cast<double>(random() % 100000), y = static_cast<double>(random());
+        const double x = random.below(100000), y = random.next();
         polygons[0].push_back({x, y / 50000.0, 0.0});                       // crosses itself
         polygons[1].push_back({static_cast<double>(i), 2.0 * i, 3.0 * i});  // on a line
         polygons[2].push_back({1.0, 2.0, 3.0});                             // one point
@@ -305,15 +278,14 @@ TEST(FbxTriangulate, HostilePolygonsStayClosed)
 
 TEST(FbxTriangulate, LargeOutlinesTakeNoQuadraticTime)
 {
-    std::mt19937 random(11);
+    test_random random(11);
     for (const outline &polygon : {spiral(650), star(random, 25000)})
     {
         SCOPED_TRACE(polygon.size());
         const std::clock_t start = std::clock(); // of this process: others don't count
         const std::vector<int> triangles = split(in_tilted_plane(polygon));
         const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-        EXPECT_EQ(turned_over(polygon, triangles), 0);
+        EXPECT_EQ(count_signs(polygon, triangles).turned_over, 0);
         EXPECT_LT(seconds, 5.0); // 0.02 to 0.2 in a release build
     }
 }
-} // namespace
