@@ -68,3 +68,10 @@ inline void add_words(byte_vector &bytes, std::initializer_list<std::uint32_t> w
         for (unsigned int shift = 0; shift < 32; shift += 8)
             bytes.push_back(static_cast<unsigned char>(word >> shift));
 }
+
+/// The little-endian word at this byte.
+inline std::uint32_t word_at(const byte_vector &bytes, std::size_t at)
+{
+    return bytes[at] | std::uint32_t(bytes[at + 1]) << 8 | std::uint32_t(bytes[at + 2]) << 16 |
+           std::uint32_t(bytes[at + 3]) << 24;
+}
