@@ -3,10 +3,12 @@
 #include "vesk/vector.h"
 
 #include <charconv>
+#include <cmath>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <type_traits>
 
 /// A text file that is written piece by piece. Numbers go through `std::to_chars`: the shortest
 /// digits that read back to the same value, and no locale gets between.
@@ -23,9 +25,12 @@ public:
     vesk_text_file &operator<<(const vesk_vector2 &v); ///< "x y"
     vesk_text_file &operator<<(const vesk_vector3 &v); ///< "x y z"
 
-    /// A number; bytes of a colour come as `int`.
+    /// A number; bytes of a colour come as `int`. Every NaN is "nan": its sign is the platform's.
     template <typename Number> vesk_text_file &operator<<(Number number)
     {
+        if constexpr (std::is_floating_point<Number>::value)
+            if (std::isnan(number))
+                return *this << "nan";
         char digits[64]; // room for a sign and the digits of any 64-bit integer or float
         const std::to_chars_result end = std::to_chars(digits, digits + sizeof(digits), number);
         m_buffer.append(digits, end.ptr);
