@@ -10,14 +10,9 @@
 namespace
 {
 // Other threads of a test allocate as well, so the counters are atomic.
-std::atomic<long long> failing_index{-1};
-std::atomic<bool> keeps_failing{false};
-std::atomic<unsigned long long> largest_allowed{UINT64_MAX};
-std::atomic<long long> seen{0};
-std::atomic<bool> failed{false};
-std::atomic<long long> bytes_alive{0};
-std::atomic<long long> blocks_alive{0};
-std::atomic<unsigned long long> largest{0};
+std::atomic<long long> failing_index{-1}, seen{0}, bytes_alive{0}, blocks_alive{0};
+std::atomic<unsigned long long> largest_allowed{UINT64_MAX}, largest{0};
+std::atomic<bool> keeps_failing{false}, failed{false};
 std::atomic<int> fill_byte{-1};
 
 // The size stands in front of each block; 16 bytes keep the alignment.
@@ -41,9 +36,7 @@ void *allocate(std::size_t size) noexcept
     }
     if (size > largest.load())
         largest = size;
-    if (size > PTRDIFF_MAX - head_bytes)
-        return nullptr;
-    void *block = std::malloc(size + head_bytes);
+    void *const block = size <= PTRDIFF_MAX - head_bytes ? std::malloc(size + head_bytes) : nullptr;
     if (!block)
         return nullptr;
     *static_cast<std::size_t *>(block) = size;

@@ -7,13 +7,6 @@
 
 namespace
 {
-float from_bits(std::uint32_t bits)
-{
-    float value;
-    std::memcpy(&value, &bits, sizeof(value));
-    return value;
-}
-
 vesk_vector3 unit_length(const vesk_vector3 &v)
 {
     const double length = std::sqrt(double(v.x) * double(v.x) + double(v.y) * double(v.y) +
@@ -39,11 +32,6 @@ float bumpy_radius(const vesk_vector3 &d)
     return 1.0f + 0.25f * (d.x * d.y + d.y * d.z * d.z) + 0.125f * d.x * d.x * d.z;
 }
 
-void cover_with_one_subset(mesh_source &source)
-{
-    source.subsets = {0, source.triangle_count()};
-}
-
 /// Channels whose UVs belong to vertices: (u, v) of the vertex, turned and shifted by channel.
 void add_vertex_channels(mesh_source &source, const std::vector<vesk_vector2> &uvs,
                          unsigned int channel_count)
@@ -62,23 +50,25 @@ void add_vertex_channels(mesh_source &source, const std::vector<vesk_vector2> &u
     }
 }
 
-/// Channels with a random UV for every corner.
-void add_random_channels(mesh_source &source, test_random &random, unsigned int channel_count)
+/// A random UV for every corner in each channel.
+mesh_source with_random_channels(mesh_source source, test_random &random,
+                                 unsigned int channel_count = 1)
 {
+    const unsigned int corner_count = source.triangle_count() * 3;
+    source.channels.resize(channel_count);
     for (unsigned int channel = 0; channel < channel_count; ++channel)
     {
-        const unsigned int corner_count = source.triangle_count() * 3;
-        channel_source made;
         for (unsigned int i = 0; i < corner_count + channel; ++i)
         {
             const float u = random.unit();
             const float v = random.unit();
-            made.uvs.emplace_back(u, v);
+            source.channels[channel].uvs.emplace_back(u, v);
         }
         for (unsigned int i = 0; i < corner_count; ++i)
-            made.indices.push_back(i + channel);
-        source.channels.push_back(made);
+            source.channels[channel].indices.push_back(i + channel);
     }
+    split_subsets(source, 1);
+    return source;
 }
 
 vesk_vector3 random_normal(test_random &random)
@@ -99,35 +89,39 @@ void add_free_triangle(mesh_source &source, test_random &random, const vesk_vect
 /// Triangle number `kind` of the ways to be degenerate.
 void add_degenerate_triangle(mesh_source &source, test_random &random, unsigned int kind)
 {
-    const vesk_vector3 p = random.point(-1.0f, 1.0f);
-    const vesk_vector3 q = random.point(-1.0f, 1.0f);
-    const vesk_vector3 r = random.point(-1.0f, 1.0f);
+    vesk_vector3 p = random.point(-1.0f, 1.0f);
+    vesk_vector3 q = random.point(-1.0f, 1.0f);
+    vesk_vector3 r = random.point(-1.0f, 1.0f);
     const unsigned int made = source.vertex_count();
     switch (kind)
     {
     case 0: // a point
-        return add_free_triangle(source, random, p, p, p);
+        q = r = p;
+        break;
     case 1: // a line with a repeated end
-        return add_free_triangle(source, random, p, q, q);
+        r = q;
+        break;
     case 2: // a line of three points
-        return add_free_triangle(source, random, vesk_vector3(p.x, 0.0f, 0.0f),
-                                 vesk_vector3(q.x, 0.0f, 0.0f), vesk_vector3(r.x, 0.0f, 0.0f));
+        p.y = p.z = q.y = q.z = r.y = r.z = 0.0f;
+        break;
     case 3: // one vertex three times
         source.add_vertex(p, random_normal(random));
         return source.add_triangle(made, made, made);
     case 4: // a sliver
-        return add_free_triangle(source, random, p, q,
-                                 vesk_vector3(q.x, q.y + from_bits(0x33800000u), q.z));
+        r = vesk_vector3(q.x, q.y + 1.0f / 16777216.0f, q.z);
+        break;
     case 5: // in a coordinate plane, with zeros of either sign
-        return add_free_triangle(source, random, vesk_vector3(p.x, 0.0f, p.z),
-                                 vesk_vector3(q.x, -0.0f, q.z), vesk_vector3(r.x, 0.0f, -0.0f));
+        p.y = r.y = 0.0f;
+        q.y = r.z = -0.0f;
+        break;
     case 6: // the vertices of the triangle before, turned around
         if (made >= 3)
             return source.add_triangle(made - 1, made - 2, made - 3);
-        return add_free_triangle(source, random, p, q, r);
+        break;
     default:
-        return add_free_triangle(source, random, p, q, r);
+        break;
     }
+    add_free_triangle(source, random, p, q, r);
 }
 } // namespace
 
@@ -177,22 +171,9 @@ float test_random::odd()
         0x00000001u, 0x807FFFFFu, 0x00800000u, 0x1F000000u, // denormal and tiny
         0x00000000u, 0x80000000u,                           // zeros
     };
-    return from_bits(patterns[below(sizeof(patterns) / sizeof(patterns[0]))]);
-}
-
-unsigned int mesh_source::vertex_count() const
-{
-    return static_cast<unsigned int>(vertices.size());
-}
-
-unsigned int mesh_source::index_count() const
-{
-    return static_cast<unsigned int>(indices.size());
-}
-
-unsigned int mesh_source::triangle_count() const
-{
-    return index_count() / 7;
+    float value;
+    std::memcpy(&value, &patterns[below(sizeof(patterns) / sizeof(patterns[0]))], sizeof(value));
+    return value;
 }
 
 unsigned int mesh_source::add_vertex(const vesk_vector3 &position, const vesk_vector3 &normal)
@@ -262,9 +243,7 @@ mesh_source random_soup(std::uint64_t seed, unsigned int triangle_count, unsigne
         const vesk_vector3 c = random.point(-1.0f, 1.0f);
         add_free_triangle(source, random, a, b, c);
     }
-    add_random_channels(source, random, channel_count);
-    cover_with_one_subset(source);
-    return source;
+    return with_random_channels(source, random, channel_count);
 }
 
 mesh_source random_web(std::uint64_t seed, unsigned int triangle_count, unsigned int vertex_count)
@@ -285,9 +264,7 @@ mesh_source random_web(std::uint64_t seed, unsigned int triangle_count, unsigned
         const unsigned int c = random.below(vertex_count);
         source.add_triangle(a, b, c);
     }
-    add_random_channels(source, random, 1);
-    cover_with_one_subset(source);
-    return source;
+    return with_random_channels(source, random);
 }
 
 mesh_source grid(unsigned int columns, unsigned int rows, unsigned int channel_count)
@@ -311,7 +288,7 @@ mesh_source grid(unsigned int columns, unsigned int rows, unsigned int channel_c
             source.add_triangle(a + 1, b, b + 1);
         }
     add_vertex_channels(source, uvs, channel_count);
-    cover_with_one_subset(source);
+    split_subsets(source, 1);
     return source;
 }
 
@@ -333,7 +310,7 @@ mesh_source displaced_sphere(unsigned int triangle_count, unsigned int channel_c
         vesk_3d_vertex_s &vertex = source.vertices[v];
         const float radius = bumpy_radius(out);
         uvs.emplace_back(vertex.position.x, vertex.position.z);
-        vertex.position = vesk_vector3(out.x * radius, out.y * radius, out.z * radius);
+        vertex.position = out * radius;
         vertex.normal = out;
     }
     // The map sees the grid from its other side. Diagonals run along the octahedron's edges: across
@@ -364,20 +341,13 @@ mesh_source clustered(std::uint64_t seed, unsigned int triangle_count)
     {
         const unsigned int cluster = random.below(5);
         const float spread = 1.0f / float(4u << (3 * cluster)); // 1/4 down to 1/16384
-        const vesk_vector3 offset = random.point(-spread, spread);
-        const vesk_vector3 centre(centres[cluster].x + offset.x, centres[cluster].y + offset.y,
-                                  centres[cluster].z + offset.z);
+        const vesk_vector3 centre = centres[cluster] + random.point(-spread, spread);
         vesk_vector3 corners[3];
         for (vesk_vector3 &corner : corners)
-        {
-            const vesk_vector3 d = random.point(-spread * 0.125f, spread * 0.125f);
-            corner = vesk_vector3(centre.x + d.x, centre.y + d.y, centre.z + d.z);
-        }
+            corner = centre + random.point(-spread * 0.125f, spread * 0.125f);
         add_free_triangle(source, random, corners[0], corners[1], corners[2]);
     }
-    add_random_channels(source, random, 1);
-    cover_with_one_subset(source);
-    return source;
+    return with_random_channels(source, random);
 }
 
 mesh_source degenerate(std::uint64_t seed, unsigned int triangle_count)
@@ -386,7 +356,7 @@ mesh_source degenerate(std::uint64_t seed, unsigned int triangle_count)
     mesh_source source;
     for (unsigned int t = 0; t < triangle_count; ++t)
         add_degenerate_triangle(source, random, random.below(8));
-    add_random_channels(source, random, 1);
+    source = with_random_channels(source, random);
     for (unsigned int t = 0; t < triangle_count; t += 3) // no area: a point, then a line
     {
         std::vector<unsigned int> &uv_indices = source.channels[0].indices;
@@ -394,7 +364,6 @@ mesh_source degenerate(std::uint64_t seed, unsigned int triangle_count)
         if (t % 2 == 0)
             uv_indices[t * 3 + 2] = uv_indices[t * 3];
     }
-    cover_with_one_subset(source);
     return source;
 }
 

@@ -41,9 +41,18 @@ struct mesh_source
     std::vector<channel_source> channels;
     std::vector<unsigned int> subsets; ///< pairs as in `subset_lookup_table`
 
-    unsigned int vertex_count() const;
-    unsigned int index_count() const;
-    unsigned int triangle_count() const;
+    unsigned int vertex_count() const
+    {
+        return static_cast<unsigned int>(vertices.size());
+    }
+    unsigned int index_count() const
+    {
+        return static_cast<unsigned int>(indices.size());
+    }
+    unsigned int triangle_count() const
+    {
+        return index_count() / 7;
+    }
 
     unsigned int add_vertex(const vesk_vector3 &position, const vesk_vector3 &normal);
     void add_triangle(unsigned int a, unsigned int b, unsigned int c);

@@ -51,10 +51,8 @@ AssertionResult same_mesh(const vesk_mesh &a, const vesk_mesh &b)
     compare("channel count", a.get_uv_channel_count() == b.get_uv_channel_count());
     for (unsigned int channel = 0; !different && channel < a.uv_channel_arrays.count; ++channel)
         compare("a channel", same_channel(a, b, channel));
-    compare("UVs", a.uv_count == b.uv_count && same_array(a.uv_array, b.uv_array,
-                                                          in_range     ? a.uv_count
-                                                          : a.uv_array ? 1
-                                                                       : 0));
+    const unsigned int uv_count = in_range ? a.uv_count : a.uv_array ? 1 : 0;
+    compare("UVs", a.uv_count == b.uv_count && same_array(a.uv_array, b.uv_array, uv_count));
     compare("subsets", a.subset_lookup_table.count == b.subset_lookup_table.count &&
                            same_array(a.subset_lookup_table.data, b.subset_lookup_table.data,
                                       a.subset_lookup_table.count));
@@ -67,8 +65,8 @@ AssertionResult same_mesh(const vesk_mesh &a, const vesk_mesh &b)
 
 AssertionResult is_empty_mesh(const vesk_mesh &mesh)
 {
-    const bool is_lent = mesh.instance_geometry || mesh.instance_tangents ||
-                         mesh.instance_uv_lookup || mesh.instance_octree;
+    const bool has_flag = mesh.instance_geometry || mesh.instance_tangents ||
+                          mesh.instance_uv_lookup || mesh.instance_octree;
     const bool has_data = mesh.vertex_array || mesh.uv_array || mesh.index_array ||
                           mesh.tangent_array || mesh.render_index_array || mesh.octree ||
                           mesh.uv_lookup_root || mesh.uv_lookup_vertex_array ||
@@ -81,11 +79,9 @@ AssertionResult is_empty_mesh(const vesk_mesh &mesh)
                           mesh.uv_channel_counts.data || mesh.uv_index_arrays.data ||
                           mesh.render_color_lookup_table.data;
     const bool has_box = !mesh.bounding_box_min.is_zero() || !mesh.bounding_box_max.is_zero();
-    if (is_lent || has_data || has_number || has_list || has_box)
-        return AssertionFailure() << "flags " << is_lent << ", arrays or trees " << has_data
-                                  << ", numbers " << has_number << ", lists " << has_list
-                                  << ", box " << has_box;
-    return AssertionSuccess();
+    return AssertionResult(!has_flag && !has_data && !has_number && !has_list && !has_box)
+           << "flags " << has_flag << ", arrays or trees " << has_data << ", numbers " << has_number
+           << ", lists " << has_list << ", box " << has_box;
 }
 
 AssertionResult has_message(const vesk_mesh &mesh, const wchar_t *message)
