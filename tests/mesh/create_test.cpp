@@ -1,6 +1,7 @@
 #include "support/mesh_builder.h"
 #include "support/mesh_compare.h"
 
+#include <limits>
 #include <memory>
 
 namespace
@@ -35,6 +36,20 @@ struct plain_mesh : vesk_mesh
     vesk_vector2 zero;
 };
 } // namespace
+
+TEST(MeshCreate, ANewMeshIsEmptyAndItsBoxHoldsNoPoint)
+{
+    vesk_mesh mesh;
+    EXPECT_TRUE(is_empty_mesh(mesh) && has_message(mesh, nullptr));
+    vesk_vector3 low, high;
+    mesh.calculate_bounding_box();
+    mesh.get_bounding_box(low, high);
+    EXPECT_EQ(low.y, std::numeric_limits<float>::max());
+    EXPECT_EQ(high.y, -low.y);
+    mesh.free();
+    mesh.free();
+    EXPECT_TRUE(is_empty_mesh(mesh));
+}
 
 TEST(MeshCreate, CopiesWhatItIsGivenAndZeroesWhatIsTheHosts)
 {
