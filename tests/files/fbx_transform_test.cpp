@@ -10,117 +10,94 @@ using namespace vesk_fbx;
 
 namespace
 {
-/// Matrices of 4x4 on column vectors, put together from elementary ones only.
-struct plain_matrix
-{
-    double m[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
-};
+// Plain products of elementary matrices, which the first test holds against quarter turns.
 
-plain_matrix operator*(const plain_matrix &a, const plain_matrix &b)
+FbxVector4 four(const vector3 &v)
 {
-    plain_matrix c;
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-        {
-            c.m[i][j] = 0.0;
-            for (int k = 0; k < 4; ++k)
-                c.m[i][j] += a.m[i][k] * b.m[k][j];
-        }
-    return c;
+    return {v.x, v.y, v.z};
 }
 
-plain_matrix translated(const vector3 &v, double sign = 1.0)
+FbxAMatrix moved_by(const vector3 &v)
 {
-    return {{{1, 0, 0, sign * v.x}, {0, 1, 0, sign * v.y}, {0, 0, 1, sign * v.z}, {0, 0, 0, 1}}};
+    return {four(v), four({}), four({1, 1, 1})};
 }
 
-plain_matrix scaled(const vector3 &v)
+FbxAMatrix turned_by(const vector3 &degrees)
 {
-    return {{{v.x, 0, 0, 0}, {0, v.y, 0, 0}, {0, 0, v.z, 0}, {0, 0, 0, 1}}};
+    return {four({}), four(degrees), four({1, 1, 1})};
+}
+
+FbxAMatrix scaled_by(const vector3 &v)
+{
+    return {four({}), four({}), four(v)};
 }
 
 /// Turns about the axes in the order of the letters.
-plain_matrix turned(const vector3 &degrees, const std::string &axes)
+FbxAMatrix turned(const vector3 &degrees, const std::string &axes)
 {
-    const double turns[] = {degrees.x, degrees.y, degrees.z};
-    plain_matrix r;
-    for (const char letter : axes)
-    {
-        const int axis = letter - 'x', u = (axis + 1) % 3, v = (axis + 2) % 3;
-        const double angle = turns[axis] * std::acos(-1.0) / 180;
-        plain_matrix one;
-        one.m[u][u] = one.m[v][v] = std::cos(angle);
-        one.m[v][u] = std::sin(angle);
-        one.m[u][v] = -std::sin(angle);
-        r = one * r;
-    }
+    FbxAMatrix r;
+    for (const char axis : axes)
+        r = turned_by({axis == 'x' ? degrees.x : 0.0, axis == 'y' ? degrees.y : 0.0,
+                       axis == 'z' ? degrees.z : 0.0}) *
+            r;
     return r;
-}
-
-/// Of a rotation.
-plain_matrix inverse(const plain_matrix &a)
-{
-    plain_matrix t;
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            t.m[i][j] = a.m[j][i];
-    return t;
 }
 
 /// A node's global matrix, and the product of all rotations down to it.
 struct plain_node
 {
-    plain_matrix global, rotation;
+    FbxAMatrix global, rotation;
     vector3 scaling{1, 1, 1};
 };
 
 plain_node plain_child(const plain_node &parent, const node_properties &p)
 {
     static const char *const orders[] = {"xyz", "xzy", "yzx", "yxz", "zxy", "zyx", "xyz"};
-    plain_matrix q = turned(p.rotation, "xyz");
+    FbxAMatrix q = turned(p.rotation, "xyz");
     if (p.rotation_active && !p.rotation_space_for_limit_only)
         q = turned(p.pre_rotation, "xyz") * turned(p.rotation, orders[static_cast<int>(p.order)]) *
-            inverse(turned(p.post_rotation, "xyz"));
-    const plain_matrix local = translated(p.translation) * translated(p.rotation_offset) *
-                               translated(p.rotation_pivot) * q * translated(p.rotation_pivot, -1) *
-                               translated(p.scaling_offset) * translated(p.scaling_pivot) *
-                               scaled(p.scaling) * translated(p.scaling_pivot, -1);
+            turned(p.post_rotation, "xyz").Inverse();
+    const FbxAMatrix around_rotation = moved_by(p.rotation_pivot), scale = scaled_by(p.scaling),
+                     around_scaling = moved_by(p.scaling_pivot),
+                     local = moved_by(p.translation) * moved_by(p.rotation_offset) *
+                             around_rotation * q * around_rotation.Inverse() *
+                             moved_by(p.scaling_offset) * around_scaling * scale *
+                             around_scaling.Inverse();
 
-    plain_matrix gathered = inverse(parent.rotation) * parent.global; // but for the translation
-    const vector3 undo = {1 / parent.scaling.x, 1 / parent.scaling.y, 1 / parent.scaling.z};
+    const FbxAMatrix gathered = parent.rotation.Inverse() * parent.global;
     plain_node node;
     node.scaling = p.scaling;
     node.rotation = parent.rotation * q;
-    node.global = parent.rotation * gathered * q * scaled(p.scaling);
+    node.global = parent.rotation * gathered * q * scale;
     if (p.inherit == inherit_type::rrss)
-        node.global = node.rotation * gathered * scaled(p.scaling);
+        node.global = node.rotation * gathered * scale;
     if (p.inherit == inherit_type::rrs)
-        node.global = node.rotation * gathered * scaled(undo) * scaled(p.scaling);
-    const plain_matrix moved = parent.global * local;
+        node.global = node.rotation * gathered * scaled_by(parent.scaling).Inverse() * scale;
+    const FbxAMatrix moved = parent.global * local;
     for (int i = 0; i < 3; ++i)
-        node.global.m[i][3] = moved.m[i][3];
+        node.global[3][i] = moved[3][i];
     return node;
-}
-
-vector3 random_vector(test_random &random, float most)
-{
-    const vesk_vector3 v = random.point(-most, most);
-    return {v.x, v.y, v.z};
 }
 
 node_properties random_properties(test_random &random)
 {
+    const auto vector = [&](float most)
+    {
+        const vesk_vector3 v = random.point(-most, most);
+        return vector3{v.x, v.y, v.z};
+    };
+    const auto scale = [&]
+    { return (random.below(3) ? 1.0 : -1.0) * (0.6 + static_cast<double>(random.unit())); };
     node_properties p;
-    p.translation = random_vector(random, 5);
-    p.rotation = random_vector(random, 180);
-    p.pre_rotation = random_vector(random, 180);
-    p.post_rotation = random_vector(random, 180);
-    p.rotation_offset = random_vector(random, 3);
-    p.rotation_pivot = random_vector(random, 3);
-    p.scaling_offset = random_vector(random, 3);
-    p.scaling_pivot = random_vector(random, 3);
-    for (double *scale : {&p.scaling.x, &p.scaling.y, &p.scaling.z})
-        *scale = (random.below(3) ? 1.0 : -1.0) * (0.6 + static_cast<double>(random.unit()));
+    p.translation = vector(5);
+    p.rotation = vector(180);
+    p.pre_rotation = vector(180);
+    p.post_rotation = vector(180);
+    p.rotation_offset = vector(3);
+    p.rotation_pivot = vector(3);
+    p.scaling_offset = vector(3);
+    p.scaling_pivot = vector(3);
+    p.scaling = {scale(), scale(), scale()};
     p.order = static_cast<rotation_order>(random.below(7));
     p.inherit = static_cast<inherit_type>(random.below(3));
     p.rotation_active = random.below(4) != 0;
@@ -128,6 +105,20 @@ node_properties random_properties(test_random &random)
     return p;
 }
 } // namespace
+
+TEST(FbxTransform, QuarterTurnsGoAboutXThenYThenZ)
+{
+    const std::pair<vector3, vector3> rows[] = {{{90, 0, 0}, {1, -3, 2}},
+                                                {{0, 90, 0}, {3, 2, -1}},
+                                                {{0, 0, 90}, {-2, 1, 3}},
+                                                {{90, 90, 90}, {3, 2, -1}}};
+    for (const auto &[degrees, expected] : rows)
+    {
+        const FbxVector4 turned = turned_by(degrees).MultT({1, 2, 3});
+        for (int i = 0; i < 3; ++i)
+            EXPECT_NEAR(turned[i], four(expected)[i], 1e-15);
+    }
+}
 
 TEST(FbxTransform, ChainsAgreeWithProductsOfPlainMatrices)
 {
@@ -143,12 +134,11 @@ TEST(FbxTransform, ChainsAgreeWithProductsOfPlainMatrices)
             frame = child_frame(frame, p);
             expected = plain_child(expected, p);
         }
-        const double moved[3] = {frame.translation.x, frame.translation.y, frame.translation.z};
         for (int i = 0; i < 3; ++i)
         {
             for (int j = 0; j < 3; ++j)
-                EXPECT_NEAR(frame.linear.m[i][j], expected.global.m[i][j], 1e-11);
-            EXPECT_NEAR(moved[i], expected.global.m[i][3], 1e-9);
+                EXPECT_NEAR(frame.linear.m[i][j], expected.global[j][i], 1e-11);
+            EXPECT_NEAR(four(frame.translation)[i], expected.global[3][i], 1e-9);
         }
     }
 }

@@ -5,7 +5,7 @@
 
 namespace
 {
-constexpr std::int64_t first_attribute_id = 500000; // behind all models
+constexpr std::int64_t first_attribute_id = -7123456789012345678;
 
 fbx_node property_block(const std::vector<fbx_property> &properties, bool version_6)
 {
@@ -31,7 +31,7 @@ std::vector<fbx_node> mesh_records(const fbx_mesh_source &mesh)
 
 fbx_object_name model_name(int model)
 {
-    return {"Model", model == fbx_scene::root ? "Scene" : "node " + std::to_string(model)};
+    return {"Model", model == fbx_scene::root ? "Scene" : "node {; &quot;" + std::to_string(model)};
 }
 
 fbx_node connection(std::int64_t child, std::int64_t parent)
