@@ -302,101 +302,43 @@ TEST(OctreeQuery, WithoutATreeNothingIsHitAndNoneButDistanceIsWritten)
     }
 }
 
-namespace
-{
-/// One triangle in the plane z = 1, below a root that is a little larger.
-struct lone_triangle
-{
-    owned_mesh mesh;
-    vesk_octree_node_s root;
-
-    lone_triangle()
-    {
-        mesh_source source;
-        for (const vesk_vector3 &corner :
-             {vesk_vector3(0.0f, 0.0f, 1.0f), vesk_vector3(1.0f, 0.0f, 1.0f),
-              vesk_vector3(0.0f, 1.0f, 1.0f)})
-            source.add_vertex(corner, vesk_vector3());
-        source.add_triangle(0, 1, 2);
-        source.fill(mesh);
-        root.box.min = vesk_vector3(-0.5f, -0.5f, 0.5f);
-        root.box.max = vesk_vector3(1.5f, 1.5f, 1.5f);
-        root.triangles.push_back(record());
-        mesh.set_instance_octree(&root);
-    }
-    vesk_octree_triangle_s *record() const
-    {
-        return reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array);
-    }
-};
-} // namespace
-
-TEST(OctreeQuery, RaysFoldTheirParameterLinesKeepTheSignAndLimitsAreInclusive)
-{
-    const lone_triangle below;
-    const float less = std::nextafter(1.0f, 0.0f), more = std::nextafter(1.0f, 2.0f), none = -99.0f;
-    const struct
-    {
-        vesk_vector3 origin;
-        int is_line;
-        float length, minimum, distance; ///< `largest_float` where nothing is hit
-    } rows[] = {{{0.25f, 0.25f, 1.25f}, 0, 0.0f, none, 0.25f},
-                {{0.25f, 0.25f, 1.25f}, 1, 9.0f, none, -0.25f},
-                {{0.25f, 0.25f, 1.25f}, 0, 0.0f, 0.0f, 0.25f},
-                {{0.25f, 0.25f, 1.25f}, 1, 9.0f, 0.0f, largest_float},
-                {{0.25f, 0.25f, 1.25f}, 1, 0.0f, none, -0.25f},
-                {{0.25f, 0.25f, 0.0f}, 1, 1.0f, 1.0f, 1.0f},
-                {{0.25f, 0.25f, 0.0f}, 1, less, none, largest_float},
-                {{0.25f, 0.25f, 0.0f}, 0, 0.0f, 1.0f, 1.0f},
-                {{0.25f, 0.25f, 0.0f}, 0, 0.0f, more, largest_float},
-                {{0.0f, 0.5f, 0.0f}, 0, 0.0f, none, 1.0f},
-                {{1.0f, 0.0f, 1.0f}, 0, 0.0f, none, 0.0f}};
-    for (const auto &row : rows)
-    {
-        const plain::question q{row.origin, vesk_vector3(0.0f, 0.0f, 1.0f), row.is_line, row.length,
-                                row.minimum == none ? nullptr : &row.minimum};
-        EXPECT_EQ(answers(below.mesh, q).distance, row.distance) << &row - rows;
-        compare(below.mesh, q);
-    }
-}
-
 TEST(OctreeQuery, DeepTreesAreWalkedWithoutTheHeap)
 {
     // A chain with a second child on every level, which is visited after everything below it, and
     // with some that hold nothing, so that more nodes wait than one stretch of a walk has room for.
     constexpr unsigned int depth = 5000;
-    lone_triangle top;
+    owned_mesh mesh(grid(1, 1));
+    auto *const record = reinterpret_cast<vesk_octree_triangle_s *>(mesh.index_array);
     std::vector<vesk_octree_node_s> chain(depth), side(depth);
     vesk_octree_node_s empty;
-    empty.box = top.root.box;
-    vesk_octree_node_s *parent = &top.root;
+    empty.box.min = vesk_vector3(-1.0f, -1.0f, -1.0f);
+    empty.box.max = vesk_vector3(2.0f, 2.0f, 2.0f);
     for (unsigned int level = 0; level < depth; ++level)
     {
-        chain[level].box = side[level].box = top.root.box;
-        side[level].triangles.push_back(top.record());
-        parent->children[2] = &chain[level];
-        parent->children[6] = &side[level];
-        parent->children[3] = parent->children[4] = parent->children[7] = &empty;
-        parent = &chain[level];
+        vesk_octree_node_s &node = chain[level];
+        node.box = side[level].box = empty.box;
+        side[level].triangles.push_back(record);
+        node.children[2] = level + 1 < depth ? &chain[level + 1] : nullptr;
+        node.children[6] = &side[level];
+        node.children[3] = node.children[4] = node.children[7] = &empty;
     }
-    chain.back().triangles.push_back(top.record());
+    chain.back().triangles.push_back(record);
+    mesh.set_instance_octree(chain.data());
 
-    const plain::question ray{vesk_vector3(0.25f, 0.25f, 0.0f), vesk_vector3(0.0f, 0.0f, 1.0f), 0,
-                              0.0f, nullptr};
-    EXPECT_EQ(compare(top.mesh, ray).size(), depth + 2);
+    const vesk_vector3 above(0.25f, 5.0f, 0.25f), down(0.0f, -1.0f, 0.0f);
+    EXPECT_EQ(compare(mesh, {above, down, 0, 0.0f, nullptr}).size(), depth + 1);
     float distance;
     vesk_octree_triangle_s triangle;
     vesk_vector2 barycentric;
     fail_allocation(-1);
-    EXPECT_EQ(top.mesh.is_ray_intersect_closest(ray.origin, ray.direction, distance, triangle,
-                                                barycentric, nullptr),
+    EXPECT_EQ(mesh.is_ray_intersect_closest(above, down, distance, triangle, barycentric, nullptr),
               1);
-    EXPECT_EQ(top.mesh.is_ray_intersect(ray.origin, ray.direction, nullptr), 1);
+    EXPECT_EQ(mesh.is_ray_intersect(above, down, nullptr), 1);
     EXPECT_EQ(allocations_seen(), 0);
+    EXPECT_EQ(distance, 5.0f);
 
     // Only the deepest node is left to hit.
-    top.root.triangles.clear();
     for (vesk_octree_node_s &node : side)
         node.triangles.clear();
-    EXPECT_EQ(compare(top.mesh, ray).size(), 1u);
+    EXPECT_EQ(compare(mesh, {above, down, 0, 0.0f, nullptr}).size(), 1u);
 }
