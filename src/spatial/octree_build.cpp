@@ -62,6 +62,11 @@ struct octree_kind
                 vesk_load4(vertices + corner[2])};
     }
 
+    static const float *corners_by_number()
+    {
+        return nullptr;
+    }
+
     static bool overlaps(const vesk_vector3 *corners, const box &space)
     {
         const vesk_vector3 half = (space.max - space.min) * 0.5f;

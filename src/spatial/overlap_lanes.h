@@ -78,17 +78,36 @@ vesk_lanes_plane_misses(const vesk_lane_vector<Lanes> &e0, const vesk_lane_vecto
     return (low[0] + low[1] + low[2] > zero) | (high[0] + high[1] + high[2] < zero);
 }
 
-// A corner of each lane's triangle, in the frame of the lane's box.
-template <typename Lanes> __attribute__((always_inline)) inline vesk_lane_vector<Lanes>
-vesk_lanes_moved_corner(const float *const (&triangles)[Lanes::count], unsigned int c,
-                        const vesk_lane_vector<Lanes> &centre)
+// Four floats of each lane's triangle, from its float `first` on.
+template <typename Lanes, unsigned first> __attribute__((always_inline)) inline void
+vesk_load_lanes(const float *const (&triangles)[Lanes::count], typename Lanes::value (&columns)[4])
 {
     const float *rows[Lanes::count];
     for (unsigned int lane = 0; lane < Lanes::count; ++lane)
-        rows[lane] = triangles[lane] + 3 * c;
-    vesk_lane_vector<Lanes> corner;
-    Lanes::load_columns(rows, corner.at);
-    return vesk_lanes_difference(corner, centre);
+        rows[lane] = triangles[lane] + first;
+    Lanes::load_columns(rows, columns);
+}
+
+// The corners of each lane's triangle; of a flat one, y is never read.
+template <typename Lanes, bool is_flat> __attribute__((always_inline)) inline void
+vesk_load_corners(const float *const (&triangles)[Lanes::count], vesk_lane_vector<Lanes> &a,
+                  vesk_lane_vector<Lanes> &b, vesk_lane_vector<Lanes> &c)
+{
+    using value = typename Lanes::value;
+    value from_a[4], from_b[4], from_c[4];
+    vesk_load_lanes<Lanes, 0>(triangles, from_a);
+    a = {{from_a[0], from_a[1], from_a[2]}};
+    if (is_flat)
+    {
+        vesk_load_lanes<Lanes, 5>(triangles, from_b);
+        b = {{from_a[3], from_a[1], from_b[0]}};
+        c = {{from_b[1], from_b[2], from_b[3]}};
+        return;
+    }
+    vesk_load_lanes<Lanes, 3>(triangles, from_b);
+    vesk_load_lanes<Lanes, 6>(triangles, from_c);
+    b = {{from_b[0], from_b[1], from_b[2]}};
+    c = {{from_c[0], from_c[1], from_c[2]}};
 }
 
 // On each axis, the low or the high one of two values, as the lanes' octants have it.
@@ -121,9 +140,11 @@ vesk_test_overlap_lanes(const vesk_overlap_subject &subject, const vesk_overlap_
     const float *triangles[Lanes::count];
     for (unsigned int lane = 0; lane < Lanes::count; ++lane)
         triangles[lane] = subject.corners + std::size_t{subject.places[pairs[lane] >> 3]} * 9;
-    const vesk_lane_vector<Lanes> a = vesk_lanes_moved_corner<Lanes>(triangles, 0, centre),
-                                  b = vesk_lanes_moved_corner<Lanes>(triangles, 1, centre),
-                                  c = vesk_lanes_moved_corner<Lanes>(triangles, 2, centre);
+    vesk_lane_vector<Lanes> a, b, c;
+    vesk_load_corners<Lanes, is_flat>(triangles, a, b, c);
+    a = vesk_lanes_difference(a, centre);
+    b = vesk_lanes_difference(b, centre);
+    c = vesk_lanes_difference(c, centre);
     const vesk_lane_vector<Lanes> e0 = vesk_lanes_difference(b, a),
                                   e1 = vesk_lanes_difference(c, b),
                                   e2 = vesk_lanes_difference(a, c);

@@ -26,14 +26,11 @@ struct four_lanes
         return mask{pairs[0] & 7, pairs[1] & 7, pairs[2] & 7, pairs[3] & 7};
     }
 
-    // The first three columns.
-    static void load_columns(const float *const (&rows)[count], value (&columns)[3])
+    static void load_columns(const float *const (&rows)[count], value (&columns)[4])
     {
-        const vesk_columns4 xyz = vesk_columns_of(vesk_load4(rows[0]), vesk_load4(rows[1]),
-                                                  vesk_load4(rows[2]), vesk_load4(rows[3]));
-        columns[0] = xyz.x;
-        columns[1] = xyz.y;
-        columns[2] = xyz.z;
+        for (unsigned int i = 0; i < 4; ++i)
+            columns[i] = vesk_load4(rows[i]);
+        vesk_transpose4(columns[0], columns[1], columns[2], columns[3]);
     }
 };
 

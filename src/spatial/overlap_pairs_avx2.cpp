@@ -32,8 +32,7 @@ struct eight_lanes
         return reinterpret_cast<mask>(_mm256_cvtepu16_epi32(packed)) & 7;
     }
 
-    // The first three columns.
-    static void load_columns(const float *const (&rows)[count], value (&columns)[3])
+    static void load_columns(const float *const (&rows)[count], value (&columns)[4])
     {
         __m256 pair[4];
         for (unsigned int i = 0; i < 4; ++i)
@@ -46,6 +45,7 @@ struct eight_lanes
         columns[0] = _mm256_shuffle_ps(ab_low, cd_low, _MM_SHUFFLE(1, 0, 1, 0));
         columns[1] = _mm256_shuffle_ps(ab_low, cd_low, _MM_SHUFFLE(3, 2, 3, 2));
         columns[2] = _mm256_shuffle_ps(ab_high, cd_high, _MM_SHUFFLE(1, 0, 1, 0));
+        columns[3] = _mm256_shuffle_ps(ab_high, cd_high, _MM_SHUFFLE(3, 2, 3, 2));
     }
 };
 

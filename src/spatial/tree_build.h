@@ -15,7 +15,8 @@
 /// boxes and triangles are flat (`is_flat`); it says how a box is split (`split`), where a node
 /// keeps it (`box_of`), how boxes are given to the fast tests (`octants_of`, `is_tame`,
 /// `lay_grid`), and has the plain test (`overlaps`). A tree object gives a triangle's record
-/// (`record_of`) and its corners (`corners_of`).
+/// (`record_of`) and its corners (`corners_of`), and where the corners of all triangles lie side by
+/// side, if they do (`corners_by_number`).
 ///
 /// **One node.** All triangles of the node's list are tested against the child boxes, which leaves
 /// a byte of overlaps for each. From these bytes it is known at once which children there will be,
@@ -34,6 +35,7 @@
 ///
 /// **Nearness.** The first nodes on a way down with few enough triangles are settled: what the
 /// tests read of these triangles is brought together, and the lists below name places in that set.
+/// Where the corners of all triangles lie together from the start, all are settled as they are.
 ///
 /// **Depth.** Levels lie on the scratch, not on the machine's stack. A level costs its node, about
 /// 350 bytes and five bytes for each triangle of its list; nothing but the depth that is asked for
@@ -44,6 +46,7 @@ public:
     using node = typename Tree::node;
     using box = typename Tree::box;
     using node_place = typename vesk_overlap_finder<Tree>::place;
+    using triangle_set = typename vesk_overlap_finder<Tree>::triangle_set;
 
     /// @param new_tree stays alive
     /// @param new_root_box the box of the root
@@ -98,8 +101,12 @@ public:
         if (depth >= 0)
             overlap_finder.lay_grid(static_cast<unsigned int>(depth) + 1);
 
-        level *top = open(nullptr, {triangles.data, triangles.count}, overlap_finder.root(), depth,
-                          scratch.here());
+        triangle_set all;
+        const triangle_set *set =
+            overlap_finder.settle_in_place(triangles, scratch, all) ? &all : nullptr;
+
+        level *top = open(nullptr, {triangles.data, triangles.count}, set, overlap_finder.root(),
+                          depth, scratch.here());
         node *made = nullptr;
         while (top)
         {
@@ -135,8 +142,8 @@ private:
         vesk_block_stack::mark before_node;
         node *made;
         vesk_number_list list;
-        const vesk_triangle_set *set; // in which the list names places; null for numbers
-        vesk_triangle_set own_set;
+        const triangle_set *set; // in which the list names places; null for numbers
+        triangle_set own_set;
         std::uint8_t *overlaps;       // of each triangle, a bit for each child box
         std::uint32_t child_lists[8]; // their lengths
         unsigned int expected;        // the children that are to come
@@ -176,8 +183,8 @@ private:
 
     // Begins a node, or gives null when there is none to be. `before` is where the scratch goes
     // back to afterwards.
-    level *open(level *parent, const vesk_number_list &list, const node_place &at, int depth,
-                const vesk_block_stack::mark &before)
+    level *open(level *parent, const vesk_number_list &list, const triangle_set *set,
+                const node_place &at, int depth, const vesk_block_stack::mark &before)
     {
         level *opened = nullptr;
         if (!poll() && depth >= 0 && list.count >= fewest_triangles && list.data)
@@ -189,7 +196,7 @@ private:
             opened->before = before;
             opened->before_node = nodes.here();
             opened->list = list;
-            opened->set = parent ? parent->set : nullptr;
+            opened->set = set;
             if (!opened->set && list.count <= most_settled)
                 settle(*opened, at);
             opened->overlaps = scratch.template take_array<std::uint8_t>(std::size_t{list.count} +
@@ -247,8 +254,7 @@ private:
     // A node at the full depth without a callback: it has no children, and nothing but the order of
     // its own triangles shows, in which each comes with its lowest child. Null when memory is
     // short.
-    node *build_leaf(const vesk_number_list &list, const vesk_triangle_set *set,
-                     const node_place &at)
+    node *build_leaf(const vesk_number_list &list, const triangle_set *set, const node_place &at)
     {
         const vesk_block_stack::mark before = scratch.here();
         node *made = nullptr;
@@ -264,7 +270,7 @@ private:
         return made;
     }
 
-    static const std::uint32_t *numbers_of(const vesk_triangle_set *set)
+    static const std::uint32_t *numbers_of(const triangle_set *set)
     {
         return set ? set->numbers : nullptr;
     }
@@ -304,7 +310,7 @@ private:
                 scratch.rewind(before);
                 continue;
             }
-            if (level *opened = open(&at, list, below, at.depth - 1, before))
+            if (level *opened = open(&at, list, at.set, below, at.depth - 1, before))
                 return opened;
         }
         return nullptr;

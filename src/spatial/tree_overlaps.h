@@ -2,6 +2,7 @@
 
 #include "spatial/block_stack.h"
 #include "spatial/child_lists.h"
+#include "spatial/subset_gather.h"
 #include "spatial/triangle_set.h"
 
 #include <cstdint>
@@ -19,6 +20,7 @@ template <typename Tree> class vesk_overlap_finder
 {
 public:
     using box = typename Tree::box;
+    using triangle_set = vesk_triangle_set<Tree::is_flat>;
 
     /// A node's box, in space and on the grid.
     struct place
@@ -53,17 +55,41 @@ public:
         return {root_space, grid.root()};
     }
 
+    /// Makes a set of triangles whose corners lie together already: places in it are the numbers in
+    /// the mesh. False when they don't, when memory is short, and for few triangles of a large
+    /// mesh, to which the set would not be worth its size.
+    bool settle_in_place(const vesk_triangle_numbers &triangles, vesk_block_stack &scratch,
+                         triangle_set &set) const
+    {
+        const float *corners = tree.corners_by_number();
+        if (!corners || !triangles.data || triangles.limit / 2 > triangles.count)
+            return false;
+        grid_span *spans = nullptr;
+        if (grid.root().size > 1)
+        {
+            spans = scratch.template take_array<grid_span>(triangles.limit);
+            if (!spans)
+                return false;
+            for (std::uint32_t i = 0; i < triangles.count; ++i)
+            {
+                const std::uint32_t number = triangles.data[i];
+                put_span(vesk_corners_at(corners, number), spans[number]);
+            }
+        }
+        set = {nullptr, corners, spans};
+        return true;
+    }
+
     /// Brings together what the tests below a node read; false when memory is short.
     ///
     /// @param numbers stays alive as long as the set
     /// @param scratch where the set is to lie
     bool settle(const std::uint32_t *numbers, std::uint32_t count, const place &at,
-                vesk_block_stack &scratch, vesk_triangle_set &set) const
+                vesk_block_stack &scratch, triangle_set &set) const
     {
-        float *corners =
-            scratch.template take_array<float>(vesk_triangle_set::corner_floats(count));
-        vesk_grid_span *spans =
-            at.cells.size > 1 ? scratch.template take_array<vesk_grid_span>(count) : nullptr;
+        float *corners = scratch.template take_array<float>(triangle_set::corner_floats(count));
+        grid_span *spans =
+            at.cells.size > 1 ? scratch.template take_array<grid_span>(count) : nullptr;
         if (!corners || (!spans && at.cells.size > 1))
             return false;
         for (std::uint32_t i = 0; i < count; ++i)
@@ -71,8 +97,7 @@ public:
             const vesk_corners4 triangle = tree.corners_of(numbers[i]);
             vesk_put_corners(corners, i, triangle);
             if (spans)
-                spans[i] = vesk_is_tame(triangle) ? grid.span_of(vesk_extent_of(triangle))
-                                                  : vesk_triangle_grid::nowhere();
+                put_span(triangle, spans[i]);
         }
         set = {numbers, corners, spans};
         return true;
@@ -81,14 +106,14 @@ public:
     /// Writes a byte for each triangle: bit k is set when it touches child k of the box.
     ///
     /// @param set null when the triangles are not settled
-    void find(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
+    void find(const vesk_number_list &list, const triangle_set *set, const place &at,
               std::uint8_t *overlaps)
     {
         for_chunks(list, set, at, overlaps, &vesk_overlap_finder::test_all);
     }
 
     /// As `find`, but no more than the lowest bit of each byte is sure: fewer tests.
-    void find_lowest(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
+    void find_lowest(const vesk_number_list &list, const triangle_set *set, const place &at,
                      std::uint8_t *overlaps)
     {
         for_chunks(list, set, at, overlaps, &vesk_overlap_finder::test_lowest);
@@ -100,12 +125,14 @@ private:
     static constexpr unsigned int chunk_size = 512;  // triangles
     static constexpr unsigned int most_at_once = 64; // pairs
 
+    using grid_span = vesk_grid_span<Tree::is_flat>;
+
     const Tree &tree;
     const box root_space;
     const bool boxes_are_tame;
     const vesk_overlap_test test;
     vesk_triangle_grid grid;
-    float chunk_corners[vesk_triangle_set::corner_floats(chunk_size)]; // of what is not settled
+    float chunk_corners[triangle_set::corner_floats(chunk_size)]; // of what is not settled
     std::uint32_t chunk_places[chunk_size];
     std::uint8_t open[chunk_size]; // of each triangle of the chunk, the children that it may touch
     std::uint16_t undecided[chunk_size]; // the triangles of the chunk that have any
@@ -115,7 +142,15 @@ private:
     using chunk_test = void (vesk_overlap_finder::*)(const vesk_overlap_subject &subject,
                                                      std::uint8_t *overlaps);
 
-    void for_chunks(const vesk_number_list &list, const vesk_triangle_set *set, const place &at,
+    void put_span(const vesk_corners4 &triangle, grid_span &span) const
+    {
+        if (vesk_is_tame(triangle))
+            grid.put_span(vesk_extent_of(triangle), span);
+        else
+            vesk_triangle_grid::put_nowhere(span);
+    }
+
+    void for_chunks(const vesk_number_list &list, const triangle_set *set, const place &at,
                     std::uint8_t *overlaps, chunk_test test_chunk)
     {
         const vesk_octant_boxes octants = Tree::octants_of(at.space);
@@ -141,25 +176,41 @@ private:
     // A glance leaves the near children of each triangle in `overlaps`, which the tests take back
     // again, those of them that are open in `open`, and in `undecided` the triangles that have
     // such ones.
-    void glance_on_grid(const vesk_triangle_set &set, const vesk_overlap_subject &subject,
+    void glance_on_grid(const triangle_set &set, const vesk_overlap_subject &subject,
                         std::uint32_t count, const place &at, std::uint8_t *overlaps)
     {
         // Bytes are written, which may alias anything: what the loop reads is better its own.
-        const vesk_grid_glance on_grid(at.cells);
-        const vesk_grid_span *const spans = set.spans;
+        const vesk_grid_glance<Tree::is_flat> on_grid(at.cells);
+        const grid_span *const spans = set.spans;
         const std::uint32_t *const places = subject.places;
-        unsigned int found = 0;
-        for (std::uint32_t i = 0; i < count; ++i)
+        unsigned int found = 0, open_anywhere = 0;
+        const auto note = [&](std::uint32_t i, const vesk_octant_glance &seen)
         {
-            const vesk_octant_glance seen = on_grid.look(spans[places[i]]);
             overlaps[i] = static_cast<std::uint8_t>(seen.near);
             open[i] = static_cast<std::uint8_t>(seen.open);
             // No branch: whether something is open can't be told beforehand.
             undecided[found] = static_cast<std::uint16_t>(i);
             found += seen.open != 0;
+            open_anywhere |= seen.open;
+        };
+        vesk_octant_glance seen[2];
+        for (std::uint32_t i = 1; i < count; i += 2)
+        {
+            on_grid.look(spans[places[i - 1]], spans[places[i]], seen);
+            note(i - 1, seen[0]);
+            note(i, seen[1]);
+        }
+        if (count % 2)
+        {
+            const grid_span &last = spans[places[count - 1]];
+            on_grid.look(last, last, seen);
+            note(count - 1, seen[0]);
         }
         undecided_count = found;
-        // Those that are not on the grid have come out with all eight open.
+        // Those that are not on the grid have come out with all eight open; of four children no
+        // others have the last one.
+        if (!(open_anywhere & 0x80))
+            return;
         for (unsigned int k = 0; k < found; ++k)
             if (open[undecided[k]] == 0xFF)
                 glance_at_one(subject, undecided[k], at, overlaps);

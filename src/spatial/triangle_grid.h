@@ -2,6 +2,7 @@
 
 #include "spatial/octant_glance.h"
 
+#include <climits>
 #include <cstdint>
 
 /// @file
@@ -26,12 +27,14 @@
 /// Eight small integers.
 typedef short vesk_short8 __attribute__((vector_size(16)));
 
-/// The cells of the finest grid that a triangle's box spans: the least ones in lanes 0 to 2, the
-/// complements of the greatest ones in lanes 4 to 6; -1 in lane 7. Lane 3 is 0 for a triangle on
-/// the grid, else -1.
-struct vesk_grid_span
+/// The cells of the finest grid that a triangle's box spans. In space: the least ones in lanes 0 to
+/// 2, the complements of the greatest ones in lanes 4 to 6; -1 in lane 7. Lane 3 is 0 for a
+/// triangle on the grid, else -1. Flat: the least ones of x and z in lanes 0 and 1, the complements
+/// of the greatest ones in lanes 2 and 3; for a triangle that is not on the grid, what is less than
+/// any.
+template <bool IS_FLAT> struct vesk_grid_span
 {
-    short lanes[8];
+    short lanes[IS_FLAT ? 4 : 8];
 };
 
 /// A box of the tree, in cells of the finest grid.
@@ -77,7 +80,8 @@ public:
     }
 
     /// Of a tame triangle.
-    vesk_grid_span span_of(const vesk_extent4 &extent) const
+    template <bool IS_FLAT>
+    void put_span(const vesk_extent4 &extent, vesk_grid_span<IS_FLAT> &span) const
     {
         const vesk_float4 least = place_of(extent.least), greatest = place_of(extent.greatest);
         const vesk_mask4 first = cell_of(least), last = cell_of(greatest);
@@ -86,25 +90,40 @@ public:
         const vesk_mask4 is_clear = (vesk_min4(into_first, into_last) > margin) &
                                     (vesk_max4(into_first, into_last) < 1.0f - margin);
         if (vesk_lane_bits(is_clear) != 15)
-            return nowhere();
-        typedef short short4 __attribute__((vector_size(8)));
-        const short4 halves[2] = {__builtin_convertvector(first, short4),
-                                  __builtin_convertvector(~last, short4)};
-        vesk_grid_span span;
-        std::memcpy(span.lanes, halves, sizeof(span.lanes));
-        return span;
+            return put_nowhere(span);
+        const vesk_short8 lanes =
+            IS_FLAT ? narrowed(__builtin_shufflevector(first, ~last, 0, 2, 4, 6), first)
+                    : narrowed(first, ~last);
+        std::memcpy(span.lanes, &lanes, sizeof(span.lanes));
     }
 
     /// Of any other triangle.
-    static vesk_grid_span nowhere()
+    static void put_nowhere(vesk_grid_span<false> &span)
     {
-        return {{0, 0, 0, -1, 0, 0, 0, -1}};
+        span = {{0, 0, 0, -1, 0, 0, 0, -1}};
+    }
+    static void put_nowhere(vesk_grid_span<true> &span)
+    {
+        span = {{SHRT_MIN, SHRT_MIN, SHRT_MIN, SHRT_MIN}};
     }
 
 private:
     short cell_count; // along each axis
     vesk_mask4 axes;
     vesk_float4 origin, cells_per_unit, last_cell, margin;
+
+    // The lanes of two vectors, one behind the other.
+    static vesk_short8 narrowed(vesk_mask4 low, vesk_mask4 high)
+    {
+#if defined(__SSE2__)
+        return reinterpret_cast<vesk_short8>(
+            _mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high)));
+#else
+        typedef int int8 __attribute__((vector_size(32)));
+        return __builtin_convertvector(__builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7),
+                                       vesk_short8);
+#endif
+    }
 
     // In cells; where there is no axis, in the middle of the first one.
     vesk_float4 place_of(vesk_float4 position) const
@@ -143,8 +162,51 @@ struct vesk_grid_answers
 };
 constexpr vesk_grid_answers vesk_answers_of_grid;
 
-/// The glance at the octants of one box. Lane by lane a span is greater where it answers yes.
-class vesk_grid_glance
+/// The same of quadrants. The index has the halves that a triangle misses in bits 0 to 3: the lower
+/// ones of x and z, then the upper ones; and in bits 4 to 7 on which sides it is within the box.
+/// None of these holds for a triangle that is not on the grid, and for no other but the widest.
+struct vesk_flat_answers
+{
+    std::uint8_t near[256];
+    std::uint8_t open[256];
+
+    constexpr vesk_flat_answers() : near(), open()
+    {
+        near[0] = open[0] = 0xFF;
+        for (unsigned int index = 1; index < 256; ++index)
+        {
+            const unsigned int lower_x = index & 1, lower_z = index & 2;
+            const unsigned int upper_x = index & 4, upper_z = index & 8;
+            const unsigned int ruled_out = (lower_x ? 5u : 0u) | (lower_z ? 3u : 0u) |
+                                           (upper_x ? 10u : 0u) | (upper_z ? 12u : 0u);
+            const unsigned int quadrants = ~ruled_out & 15u;
+            const bool is_inside_one = index >> 4 == 15 && !(quadrants & (quadrants - 1));
+            near[index] = static_cast<std::uint8_t>(quadrants);
+            open[index] = static_cast<std::uint8_t>(is_inside_one ? 0 : quadrants);
+        }
+    }
+};
+constexpr vesk_flat_answers vesk_answers_of_flat_grid;
+
+/// Bits 0 to 7 are the lanes of `a`, bits 8 to 15 those of `b`.
+inline unsigned int vesk_lane_bits(vesk_short8 a, vesk_short8 b)
+{
+#if defined(__SSE2__)
+    return static_cast<unsigned int>(_mm_movemask_epi8(
+        _mm_packs_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b))));
+#else
+    unsigned int bits = 0;
+    for (unsigned int lane = 0; lane < 8; ++lane)
+        bits |= (a[lane] & 1u) << lane | (b[lane] & 1u) << (8 + lane);
+    return bits;
+#endif
+}
+
+/// The glance at the children of one box. Lane by lane a span is greater where it answers yes. For
+/// a triangle that is not on the grid, all children are near and open.
+template <bool IS_FLAT> class vesk_grid_glance;
+
+template <> class vesk_grid_glance<false>
 {
 public:
     /// @param box of a size of 2 at least
@@ -165,32 +227,60 @@ public:
         sides = above(x, y, z) | below(x + box.size, y + box.size, z + box.size);
     }
 
-    /// For a triangle that is not on the grid, all octants are near and open.
-    vesk_octant_glance look(const vesk_grid_span &span) const
+    /// Looks at two triangles.
+    void look(const vesk_grid_span<false> &a, const vesk_grid_span<false> &b,
+              vesk_octant_glance (&seen)[2]) const
     {
-        vesk_short8 lanes;
-        std::memcpy(&lanes, span.lanes, sizeof(lanes));
-        // A triangle that reaches from the middle upwards misses the lower half, and conversely.
-        // All of bits 8 to 15 are set for one within the box.
-        const unsigned int bits = lane_bits(lanes > middle, lanes > sides);
-        const unsigned int index = (bits & 0xFF) | ((bits + 0x100) >> 8 & 0x100);
-        return {vesk_answers_of_grid.near[index], vesk_answers_of_grid.open[index]};
+        seen[0] = look(a);
+        seen[1] = look(b);
     }
 
 private:
     vesk_short8 middle, sides;
 
-    // Bits 0 to 7 are the lanes of `a`, bits 8 to 15 those of `b`.
-    static unsigned int lane_bits(vesk_short8 a, vesk_short8 b)
+    vesk_octant_glance look(const vesk_grid_span<false> &span) const
     {
-#if defined(__SSE2__)
-        return static_cast<unsigned int>(_mm_movemask_epi8(
-            _mm_packs_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b))));
-#else
-        unsigned int bits = 0;
-        for (unsigned int lane = 0; lane < 8; ++lane)
-            bits |= (a[lane] & 1u) << lane | (b[lane] & 1u) << (8 + lane);
-        return bits;
-#endif
+        vesk_short8 lanes;
+        std::memcpy(&lanes, span.lanes, sizeof(lanes));
+        // A triangle that reaches from the middle upwards misses the lower half, and conversely.
+        // All of bits 8 to 15 are set for one within the box.
+        const unsigned int bits = vesk_lane_bits(lanes > middle, lanes > sides);
+        const unsigned int index = (bits & 0xFF) | ((bits + 0x100) >> 8 & 0x100);
+        return {vesk_answers_of_grid.near[index], vesk_answers_of_grid.open[index]};
+    }
+};
+
+template <> class vesk_grid_glance<true>
+{
+public:
+    /// @param box of a size of 2 at least
+    explicit vesk_grid_glance(const vesk_grid_box &box)
+    {
+        const auto lane = [](int value) { return static_cast<short>(value); };
+        const int x = box.first[0], z = box.first[2], half = box.size / 2;
+        limits = vesk_short8{lane(x + half - 1),    lane(z + half - 1),   lane(~(x + half)),
+                             lane(~(z + half)),     lane(x - 1),          lane(z - 1),
+                             lane(~(x + box.size)), lane(~(z + box.size))};
+    }
+
+    /// Looks at two triangles.
+    void look(const vesk_grid_span<true> &a, const vesk_grid_span<true> &b,
+              vesk_octant_glance (&seen)[2]) const
+    {
+        const unsigned int bits = vesk_lane_bits(twice(a) > limits, twice(b) > limits);
+        const unsigned int first = bits & 0xFF, second = bits >> 8;
+        seen[0] = {vesk_answers_of_flat_grid.near[first], vesk_answers_of_flat_grid.open[first]};
+        seen[1] = {vesk_answers_of_flat_grid.near[second], vesk_answers_of_flat_grid.open[second]};
+    }
+
+private:
+    vesk_short8 limits; // of the middle, then of the sides
+
+    static vesk_short8 twice(const vesk_grid_span<true> &span)
+    {
+        typedef std::int64_t words2 __attribute__((vector_size(16)));
+        std::int64_t word;
+        std::memcpy(&word, span.lanes, sizeof(word));
+        return reinterpret_cast<vesk_short8>(words2{word, word});
     }
 };

@@ -3,11 +3,11 @@
 #include "spatial/triangle_grid.h"
 
 /// What the overlap tests read of some triangles, side by side in memory.
-struct vesk_triangle_set
+template <bool IS_FLAT> struct vesk_triangle_set
 {
-    const std::uint32_t *numbers; ///< in the mesh
-    const float *corners;         ///< nine floats a triangle, and one more behind the last
-    const vesk_grid_span *spans;  ///< null when there is no grid
+    const std::uint32_t *numbers;         ///< in the mesh; null when a place is the number itself
+    const float *corners;                 ///< nine floats a triangle, and one more behind the last
+    const vesk_grid_span<IS_FLAT> *spans; ///< null when there is no grid
 
     /// Floats for the corners of so many triangles.
     static constexpr std::size_t corner_floats(std::size_t triangle_count)

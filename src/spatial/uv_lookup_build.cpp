@@ -27,23 +27,20 @@ struct quadtree_kind
         space.split_into_four(children);
     }
 
+    // As `split_into_four` has quadrants 0 and 3, with their halves and centres.
     static vesk_octant_boxes octants_of(const box &space)
     {
-        box children[child_count];
-        split(space, children);
-        const vesk_vector2 low = (children[0].max - children[0].min) * 0.5f;
-        const vesk_vector2 high = (children[3].max - children[3].min) * 0.5f;
-        return {vesk_float4{children[0].min.x + low.x, 0.0f, children[0].min.y + low.y, 0.0f},
-                vesk_float4{low.x, 0.5f, low.y, 0.0f},
-                vesk_float4{children[3].min.x + high.x, 0.0f, children[3].min.y + high.y, 0.0f},
-                vesk_float4{high.x, 0.5f, high.y, 0.0f}};
+        const vesk_float4 low_min = lanes_of(space.min), height = {0.0f, 0.5f, 0.0f, 0.0f};
+        const vesk_float4 half = (lanes_of(space.max) - low_min) * 0.5f;
+        const vesk_float4 high_min = low_min + half;
+        const vesk_float4 low_half = (high_min - low_min) * 0.5f;
+        const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
+        return {low_min + low_half, low_half + height, high_min + high_half, high_half + height};
     }
 
     static void lay_grid(const box &space, unsigned int levels, vesk_triangle_grid &grid)
     {
-        grid.lay(vesk_float4{space.min.x, 0.0f, space.min.y, 0.0f},
-                 vesk_float4{space.max.x, 0.0f, space.max.y, 0.0f}, vesk_mask4{-1, 0, -1, 0},
-                 levels);
+        grid.lay(lanes_of(space.min), lanes_of(space.max), vesk_mask4{-1, 0, -1, 0}, levels);
     }
 
     static bool is_tame(const box &space)
@@ -64,12 +61,23 @@ struct quadtree_kind
         return {vesk_load4(first), vesk_load4(first + 1), vesk_load4(first + 2)};
     }
 
+    const float *corners_by_number() const
+    {
+        return &corners->x;
+    }
+
     static bool overlaps(const vesk_vector3 *triangle, const box &space)
     {
         const vesk_vector2 half = (space.max - space.min) * 0.5f;
         return vesk_triangle_box_overlap(
             vesk_vector3(space.min.x + half.x, 0.0f, space.min.y + half.y),
             vesk_vector3(half.x, 0.5f, half.y), triangle);
+    }
+
+private:
+    static vesk_float4 lanes_of(const vesk_vector2 &v)
+    {
+        return vesk_float4{v.x, 0.0f, v.y, 0.0f};
     }
 };
 
