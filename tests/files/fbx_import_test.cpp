@@ -356,9 +356,15 @@ TEST(FbxImport, NodesComeDepthFirstInTheOrderOfConnections)
     scene.add_mesh(late, strip(3));
     scene.connect(late, group); // has a parent by then: passed over
     scene.add_mesh(group, strip(4));
+    // Names that several models have in version 6 mean one after the other.
+    std::string twins = scene.write({true, 6100, false, false});
+    for (std::size_t at = 0; (at = twins.find("quot;8", at)) != std::string::npos;)
+        twins[at + 5] = '6';
+    std::vector<std::string> files = {twins};
     for (const fbx_encoding &encoding : all_fbx_encodings())
-        EXPECT_EQ(list_of(loaded(scene.write(encoding)).subset_lookup_table),
-                  (numbers{0, 2, 14, 4, 42, 1, 49, 3}));
+        files.push_back(scene.write(encoding));
+    for (const std::string &file : files)
+        EXPECT_EQ(list_of(loaded(file).subset_lookup_table), (numbers{0, 2, 14, 4, 42, 1, 49, 3}));
 }
 
 TEST(FbxImport, TangledScenesEnd)

@@ -81,23 +81,12 @@ plain_node plain_child(const plain_node &parent, const node_properties &p)
 
 node_properties random_properties(test_random &random)
 {
-    const auto vector = [&](float most)
-    {
-        const vesk_vector3 v = random.point(-most, most);
-        return vector3{v.x, v.y, v.z};
-    };
-    const auto scale = [&]
-    { return (random.below(3) ? 1.0 : -1.0) * (0.6 + static_cast<double>(random.unit())); };
     node_properties p;
-    p.translation = vector(5);
-    p.rotation = vector(180);
-    p.pre_rotation = vector(180);
-    p.post_rotation = vector(180);
-    p.rotation_offset = vector(3);
-    p.rotation_pivot = vector(3);
-    p.scaling_offset = vector(3);
-    p.scaling_pivot = vector(3);
-    p.scaling = {scale(), scale(), scale()};
+    for (vector3 *v : {&p.translation, &p.rotation, &p.pre_rotation, &p.post_rotation,
+                       &p.rotation_offset, &p.rotation_pivot, &p.scaling_offset, &p.scaling_pivot})
+        *v = {random.between(-180, 180), random.between(-180, 180), random.between(-180, 180)};
+    for (double *scale : {&p.scaling.x, &p.scaling.y, &p.scaling.z})
+        *scale = (random.below(3) ? 1.0 : -1.0) * (0.6 + static_cast<double>(random.unit()));
     p.order = static_cast<rotation_order>(random.below(7));
     p.inherit = static_cast<inherit_type>(random.below(3));
     p.rotation_active = random.below(4) != 0;

@@ -192,13 +192,12 @@ std::vector<fbx_encoding> all_fbx_encodings()
 {
     std::vector<fbx_encoding> all;
     for (const unsigned int version : {6100u, 7400u, 7500u})
-    {
-        all.push_back({true, version, false, false});
-        for (const bool big_endian : {false, true})
-            for (const bool deflated : {false, true})
-                if (!deflated || version >= 7000)
-                    all.push_back({false, version, big_endian, deflated});
-    }
+        for (const bool deflated : {false, true})
+            for (const fbx_encoding &e : {fbx_encoding{true, version, false, false},
+                                          fbx_encoding{false, version, false, deflated},
+                                          fbx_encoding{false, version, true, deflated}})
+                if (!deflated || (!e.text && version >= 7000))
+                    all.push_back(e);
     return all;
 }
 
