@@ -43,8 +43,9 @@ TEST(Vector3, ProductsTurnsAndBlendsAreRightHanded)
     EXPECT_EQ(vesk_triangle_normal({0, 0, 0}, x, y), z);
     EXPECT_TRUE(
         vesk_vec_nearly_equal(vesk_vec_slerp(x, y, 0.5f), {0.70710678f, 0.70710678f, 0}, 1e-6f));
-    EXPECT_TRUE(vesk_vec_nearly_equal(vesk_vec_slerp(a, a, 0.3f), a, 1e-6f)); // no angle between
-    EXPECT_TRUE(vesk_vec_slerp(a, -a, 0.5f).is_zero());
+    // No angle between, and half a turn; lengths that take the cosine beyond one do no harm.
+    EXPECT_TRUE(vesk_vec_nearly_equal(vesk_vec_slerp(a, 2.0f * a, 0.3f), a, 1e-6f));
+    EXPECT_TRUE(vesk_vec_slerp(2.0f * a, -2.0f * a, 0.5f).is_zero());
 
     vesk_vector3 added, itself = x;
     vesk_rotate_point_around_axis(x, z * 3.0f, 1.5707964f, added);
