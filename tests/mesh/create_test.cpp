@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace
 {
@@ -64,6 +65,13 @@ TEST(MeshCreate, CopiesWhatItIsGivenAndZeroesWhatIsTheHosts)
         EXPECT_TRUE(same_mesh(mesh, plain_mesh(*source, 0)));
         EXPECT_EQ(mesh.is_valid(), source == &whole);
         EXPECT_TRUE(mesh.vertex_array && mesh.index_array && mesh.uv_array);
+        for (const auto count :
+             {&vesk_mesh::vertex_count, &vesk_mesh::index_count, &vesk_mesh::uv_count})
+        {
+            const unsigned int kept = std::exchange(mesh.*count, 0u);
+            EXPECT_EQ(mesh.is_valid(), 0);
+            mesh.*count = kept;
+        }
 
         source->subsets.clear();
         ASSERT_EQ(mesh.create(source->vertex_count(), source->index_count(), source->uv_data()), 1);
