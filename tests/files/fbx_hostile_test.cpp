@@ -54,6 +54,7 @@ TEST(FbxHostile, Text)
     expect_result("many digits", with_points("0,0,0,1,0,0,0,1,0." + std::string(1000000, '3')), 1);
     expect_result("large exponents", with_points("1e1000000000,0,0,1e-1000000000,0,0,0,1,0"), 1);
     expect_result("not finite", with_points("nan,inf,-inf,1.#IND,1.#INF,0,0,1,0"), 1);
+    expect_result("corners that are none", with_change("0,1,-3", "0,1,x"), 0);
     for (const char *count : {"*4294967295", "*99999999999999999999", "*0", "*-1", "*x", "*", "*1"})
         expect_result(count, with_change("*9", count), 1);
 }

@@ -122,6 +122,10 @@ TEST(MeshFileFault, AStreamThatFailsLeavesTheMeshHalfLoaded)
 {
     small_mesh mesh;
     const byte_vector plain = saved(mesh, 0), packed = saved(mesh, 1);
+    // What stands in front of each kind of section and of the subsets.
+    constexpr long body = body_offset, uvs = body + 9 * 24, uv_indices = uvs + (9 + 10) * 8,
+                   records = uv_indices + 2 * 9 * 4, subsets = records + 21 * 4,
+                   read_ends[] = {body, uvs, uv_indices, records, subsets, subsets + 16};
     std::vector<std::wstring> messages;
     owned_mesh loaded;
     fill_allocations(0xA5);
@@ -138,6 +142,7 @@ TEST(MeshFileFault, AStreamThatFailsLeavesTheMeshHalfLoaded)
         const byte_vector shown = saved(loaded, 0);
         const auto zeros =
             std::mismatch(shown.begin() + body_offset, shown.end(), plain.begin() + body_offset);
+        EXPECT_GE(zeros.first - shown.begin(), read_ends[messages.size() - 1]);
         EXPECT_TRUE(std::all_of(zeros.first, shown.end(), [](int byte) { return byte == 0; }));
         EXPECT_EQ(loaded.get_subset_count(), messages.size() == 6 ? 2u : 0u);
     }
