@@ -143,9 +143,10 @@ TEST(FbxTriangulate, QuadranglesAgreeWithWholeNumbers)
     for (int round = 0; round < 20000; ++round)
     {
         const unsigned int size = round % 2 == 0 ? 3 : 9;
+        const double unit = std::ldexp(1.0, -(round % 20));
         outline p;
         for (int i = 0; i < 4; ++i)
-            p.push_back({random.below(size) * 1.0, random.below(size) * 1.0});
+            p.push_back({random.below(size) * unit, random.below(size) * unit});
         const double sense = doubled_area(p[0], p[1], p[2]) + doubled_area(p[0], p[2], p[3]);
         const auto turn = [&](std::size_t a, std::size_t b, std::size_t c)
         {
