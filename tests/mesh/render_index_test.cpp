@@ -66,8 +66,8 @@ void expect_sorted(vesk_mesh &mesh, const vesk_list<unsigned long> &colors)
 TEST(ColorSort, AgreesWithAPlainSort)
 {
     std::uint64_t seed = 0;
-    for (const unsigned int triangle_count : {1, 2, 31, 32, 33, 100, 700, 3000})
-        for (const unsigned int color_count : {1, 2, 255, 256, 257, 2000})
+    for (const unsigned int triangle_count : {1u, 2u, 31u, 32u, 33u, 100u, 700u, 3000u})
+        for (const unsigned int color_count : {1u, 2u, 255u, 256u, 257u, 2000u})
             for (const bool any_bits : {false, true})
             {
                 SCOPED_TRACE(testing::Message() << triangle_count << " triangles, " << color_count
