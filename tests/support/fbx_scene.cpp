@@ -97,7 +97,7 @@ int fbx_scene::add_group(int parent, const std::string &attribute,
 
 void fbx_scene::connect(int child, int parent)
 {
-    connections.push_back({child, parent});
+    connections.emplace_back(child, parent);
 }
 
 std::string fbx_scene::write(const fbx_encoding &encoding) const
