@@ -95,7 +95,7 @@ std::string repeated(const std::string &text, int count)
 }
 } // namespace
 
-TEST(FbxDocument, EveryArrayCodeConverts)
+TEST(FbxDocument, EveryCodeConverts)
 {
     const std::pair<std::string, std::string> rows[] = {
         {array_value('b', 2, "\1\x80"), "1/1,128/128,"},
@@ -107,6 +107,15 @@ TEST(FbxDocument, EveryArrayCodeConverts)
         {array_value('d', 1, {"\0\0\0\0\0\0\xf0\xff", 8}), "-inf/-2147483648,"}};
     for (const auto &[value, numbers] : rows)
         EXPECT_EQ(load_content(one_record(1, value)), "Objects:" + numbers + "\n");
+
+    // Single values in one list, and one by one beside a text.
+    const std::string values = std::string("C\x80Z\1Y\xfe\xff") + "B\1I" + word(7) + "L" + word(8) +
+                               word(1) + std::string("F\0\0\x20\xc0", 5) +
+                               std::string("D\0\0\0\0\0\0\x20\xc0", 9);
+    const std::string small = "Objects:128/128,1/1,-2/-2,1/1,7/7,4294967304/";
+    EXPECT_EQ(load_content(one_record(8, values)), small + "2147483647,-2.5/-2,-8/-8,\n");
+    EXPECT_EQ(load_content(one_record(9, values + "S" + word(1) + "s")),
+              small + "4294967304,-2.5/-2,-8/-8,\"s\",\n");
 }
 
 TEST(FbxDocument, TextLayoutDoesNotMatter)

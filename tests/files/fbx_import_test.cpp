@@ -225,15 +225,20 @@ TEST(FbxImport, NormalsOfEveryMapping)
     fbx_mesh_source flat;
     flat.points = {0, 0, 0, 4, 0, 0, 4, 4, 0, 0, 4, 0};
     flat.corners = {0, 1, ~2, 1, 2, ~3};
+    fbx_mesh_source and_edge = flat; // no longer triangles only
+    append(and_edge.corners, {0, ~1});
     for (const auto &r : rows)
     {
-        const loaded mesh(scene_of({with_normals(flat, r.element)}).write(fbx_encoding()));
-        ASSERT_EQ(mesh.result, 1);
-        for (unsigned int i = 0; i < 6; ++i)
+        const loaded mesh(
+            scene_of({with_normals(flat, r.element), with_normals(and_edge, r.element)})
+                .write(fbx_encoding()));
+        ASSERT_EQ(mesh.index_count, 28u);
+        for (unsigned int i = 0; i < 12; ++i)
         {
             SCOPED_TRACE(std::string(r.axes) + " " + std::to_string(i));
-            expect_near(corner_vertex(mesh, i / 3, i % 3).normal, r.axes[i] == 'x' ? -1.0 : 0.0,
-                        r.axes[i] == 'y' ? 1.0 : 0.0, r.axes[i] == 'z' ? 1.0 : 0.0);
+            const char axis = r.axes[i % 6];
+            expect_near(corner_vertex(mesh, i / 3, i % 3).normal, axis == 'x' ? -1.0 : 0.0,
+                        axis == 'y' ? 1.0 : 0.0, axis == 'z' ? 1.0 : 0.0);
         }
     }
     fbx_mesh_source bent = strip(2);
