@@ -24,12 +24,13 @@ TEST(Validate, NamesTheFirstFaultAndItsPlace)
     };
     const unsigned int none = 0xFFFFFFFFu, words = source.index_count();
     const unsigned int limit = source.vertex_count(); // and as many UVs in channel 0
+    // Each word of the record that begins a block of the check.
     for (unsigned int word = 0; word < 6; ++word)
-        expect({word < 3 ? vesk_mesh_fault_vertex_index : vesk_mesh_fault_uv_index, 0, 300,
+        expect({word < 3 ? vesk_mesh_fault_vertex_index : vesk_mesh_fault_uv_index, 0, 512,
                 word % 3, 0, 0, limit},
                [=](vesk_mesh &m)
                {
-                   m.index_array[300 * 7 + word] = limit;
+                   m.index_array[512 * 7 + word] = limit;
                    m.index_array[1999 * 7] = none;
                });
     expect({vesk_mesh_fault_vertex_index, 0, 1999, 2, 0, 0, limit}, [=](vesk_mesh &m)
@@ -38,8 +39,8 @@ TEST(Validate, NamesTheFirstFaultAndItsPlace)
            { m.vertex_array[700].normal.z = m.vertex_array[900].position.x = INFINITY; });
     expect({vesk_mesh_fault_position_not_finite, 256, 0, 0, 0, 0, 0}, [](vesk_mesh &m)
            { m.vertex_array[256].position.y = m.vertex_array[256].normal.x = NAN; });
-    expect({vesk_mesh_fault_channel_uv_index, 0, 513, 1, 1, 0, none},
-           [](vesk_mesh &m) { m.uv_index_arrays[1][3 * 513 + 1] = none; });
+    expect({vesk_mesh_fault_channel_uv_index, 0, 512, 1, 1, 0, none},
+           [](vesk_mesh &m) { m.uv_index_arrays[1][3 * 512 + 1] = none; });
     expect({vesk_mesh_fault_subset_range, 0, 0, 0, 0, 2, source.subsets[4]},
            [](vesk_mesh &m) { m.subset_lookup_table[5] += 1; });
     expect({vesk_mesh_fault_subset_range, 0, 0, 0, 0, 1, source.subsets[2] + 1},
