@@ -59,6 +59,8 @@ TEST(Matrix, MakersPlaceTheirArgumentsAndConversionsDropOrPad)
     wide = small;
     EXPECT_EQ(wide, vesk_matrix44(1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 0, 0, 0, 1));
     EXPECT_EQ(narrow = wide, small);
+    EXPECT_EQ(vesk_matrix44(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16).transpose(),
+              vesk_matrix44(1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 4, 8, 12, 16));
     EXPECT_EQ(wide.identity(), vesk_matrix44());
     EXPECT_EQ(narrow.identity(), vesk_matrix33_identity());
 }
