@@ -219,7 +219,7 @@ TEST(FbxDocument, DamagedStructureIsRefused)
     ASSERT_EQ(load_content(sound), "Objects:\"abc\",\n");
     for (const std::string &bytes :
          {one_record(2, text), one_record(0, text), one_record(0xffffffffu, text),
-          one_record(1, "I" + word(1) + "Ix"), one_record(1, text + "x"),
+          one_record(1, "I" + word(1) + "I"), one_record(1, text + "x"),
           one_record(1, "S" + word(4) + "abc"), one_record(1, "S" + word(0xffffffffu) + "abc")})
         EXPECT_EQ(load_content(bytes), "damaged");
     EXPECT_EQ(load_content(one_record(2, "?xxxx")), "Objects:?,?,\n"); // a code of the future
