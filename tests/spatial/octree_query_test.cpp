@@ -160,7 +160,7 @@ vesk_vector3 draw_box_corner(const vesk_mesh &mesh, test_random &random)
 vesk_vector3 draw_point(const vesk_mesh &mesh, test_random &random)
 {
     vesk_vector3 point = random.point(-1.0f, 1.0f);
-    switch (random.below(6))
+    switch (random.below(7))
     {
     case 0:
         return mesh.vertex_array[random.below(mesh.vertex_count)].position;
@@ -172,8 +172,9 @@ vesk_vector3 draw_point(const vesk_mesh &mesh, test_random &random)
         point[random.below(3)] = random.odd();
         break;
     case 3:
-        return draw_box_corner(mesh, random);
     case 4:
+        return draw_box_corner(mesh, random);
+    case 5:
         return point * 10.0f;
     default:
         break;
