@@ -17,7 +17,8 @@ using stream = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
 stream stream_of(const byte_vector &bytes)
 {
     stream file(std::tmpfile(), std::fclose);
-    std::fwrite(bytes.data(), 1, bytes.size(), file.get());
+    if (!bytes.empty()) // whose data may be null, which no write takes
+        std::fwrite(bytes.data(), 1, bytes.size(), file.get());
     std::rewind(file.get());
     return file;
 }
