@@ -119,7 +119,6 @@ private:
         return reinterpret_cast<vesk_short8>(
             _mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high)));
 #else
-        typedef int int8 __attribute__((vector_size(32)));
         return __builtin_convertvector(__builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7),
                                        vesk_short8);
 #endif
