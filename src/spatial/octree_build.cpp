@@ -26,15 +26,9 @@ struct octree_kind
         space.split_into_eight(children);
     }
 
-    // As `split_into_eight` has octants 0 and 7, with their halves and centres.
     static vesk_octant_boxes octants_of(const box &space)
     {
-        const vesk_float4 low_min = lanes_of(space.min);
-        const vesk_float4 half = (lanes_of(space.max) - low_min) * 0.5f;
-        const vesk_float4 high_min = low_min + half;
-        const vesk_float4 low_half = (high_min - low_min) * 0.5f;
-        const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
-        return {low_min + low_half, low_half, high_min + high_half, high_half};
+        return vesk_octants_of(lanes_of(space.min), lanes_of(space.max));
     }
 
     static void lay_grid(const box &space, unsigned int levels, vesk_triangle_grid &grid)

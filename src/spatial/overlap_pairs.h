@@ -17,6 +17,16 @@ struct vesk_octant_boxes
     vesk_float4 high_centre, high_half;
 };
 
+/// Those of a box, rounded as splitting it rounds and then taking the octants' halves and centres.
+inline vesk_octant_boxes vesk_octants_of(vesk_float4 min, vesk_float4 max)
+{
+    const vesk_float4 half = (max - min) * 0.5f;
+    const vesk_float4 high_min = min + half;
+    const vesk_float4 low_half = (high_min - min) * 0.5f;
+    const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
+    return {min + low_half, low_half, high_min + high_half, high_half};
+}
+
 /// A pair that awaits the edge axes and the plane: the index of a triangle, times eight, plus an
 /// octant. Both are tame, and no box axis separates them.
 using vesk_overlap_pair = std::uint16_t;

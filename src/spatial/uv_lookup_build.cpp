@@ -27,15 +27,11 @@ struct quadtree_kind
         space.split_into_four(children);
     }
 
-    // As `split_into_four` has quadrants 0 and 3, with their halves and centres.
     static vesk_octant_boxes octants_of(const box &space)
     {
-        const vesk_float4 low_min = lanes_of(space.min), height = {0.0f, 0.5f, 0.0f, 0.0f};
-        const vesk_float4 half = (lanes_of(space.max) - low_min) * 0.5f;
-        const vesk_float4 high_min = low_min + half;
-        const vesk_float4 low_half = (high_min - low_min) * 0.5f;
-        const vesk_float4 high_half = (high_min + half - high_min) * 0.5f;
-        return {low_min + low_half, low_half + height, high_min + high_half, high_half + height};
+        vesk_octant_boxes octants = vesk_octants_of(lanes_of(space.min), lanes_of(space.max));
+        octants.low_half[1] = octants.high_half[1] = 0.5f;
+        return octants;
     }
 
     static void lay_grid(const box &space, unsigned int levels, vesk_triangle_grid &grid)
